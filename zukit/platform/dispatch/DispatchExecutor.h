@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+
+namespace zu {
+
+// Something that runs jobs: the worker pool, or a thread's run loop.
+class DispatchExecutor {
+ public:
+  virtual ~DispatchExecutor() = default;
+  // Runs `job` later on one of the executor's threads. Safe from any thread.
+  virtual void post(std::function<void()> job) = 0;
+
+ protected:
+  DispatchExecutor() = default;
+  DispatchExecutor(const DispatchExecutor&) = default;
+  DispatchExecutor& operator=(const DispatchExecutor&) = default;
+};
+
+}  // namespace zu

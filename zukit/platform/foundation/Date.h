@@ -1,0 +1,31 @@
+#pragma once
+
+#include <compare>
+#include <string>
+
+namespace zu {
+
+// An instant, kept as seconds (with fraction) since 1970-01-01 00:00:00 UTC.
+class Date {
+ public:
+  constexpr Date() = default;
+  // The instant `seconds` after 1970-01-01 00:00:00 UTC.
+  static constexpr Date dateWithTimeIntervalSince1970(double seconds) { return Date(seconds); }
+  // The current instant from the system clock.
+  static Date date();
+
+  // Seconds since 1970-01-01 00:00:00 UTC.
+  constexpr double timeIntervalSince1970() const { return _seconds; }
+  // This instant moved by `seconds`.
+  constexpr Date dateByAddingTimeInterval(double seconds) const { return Date(_seconds + seconds); }
+  // The instant in UTC, "yyyy-MM-dd HH:mm:ss +0000", as "%@" prints it.
+  std::string description() const;
+
+  constexpr auto operator<=>(const Date&) const = default;
+
+ private:
+  constexpr explicit Date(double seconds) : _seconds(seconds) {}
+  double _seconds = 0;
+};
+
+}  // namespace zu

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "zukit/platform/foundation/Value.h"
+
+namespace zu {
+
+// One argument of a printf-style format, kept by reference for the duration of the call.
+class FormatArg {
+ public:
+  // What the argument holds.
+  enum class Kind : std::uint8_t { Signed, Unsigned, Real, Text, Pointer, Value, Object };
+
+  template <std::integral T>
+  FormatArg(T value)  // NOLINT(google-explicit-constructor)
+      : _kind(std::is_signed_v<T> ? Kind::Signed : Kind::Unsigned) {
+    if constexpr (std::is_signed_v<T>) {
+      _signed = value;
+    } else {
+      _unsigned = value;
+    }
+  }
+  template <class T>
+    requires std::is_enum_v<T>
+  FormatArg(T value)  // NOLINT(google-explicit-constructor)
+      : FormatArg(static_cast<std::underlying_type_t<T>>(value)) {}
+  template <std::floating_point T>
+  FormatArg(T value) : _kind(Kind::Real), _real(value) {}  // NOLINT(google-explicit-constructor)
+  FormatArg(const char* text)  // NOLINT(google-explicit-constructor)
+      : _kind(Kind::Text), _text(text), _isNullText(text == nullptr) {}
+  FormatArg(char* text) : FormatArg(static_cast<const char*>(text)) {}  // NOLINT
+  FormatArg(const std::string& text)  // NOLINT(google-explicit-constructor)
+      : _kind(Kind::Text), _text(text) {}
+  FormatArg(std::string_view text) : _kind(Kind::Text), _text(text) {}  // NOLINT
+  FormatArg(const void* pointer)  // NOLINT(google-explicit-constructor)
+      : _kind(Kind::Pointer), _pointer(pointer) {}
+  FormatArg(std::nullptr_t) : _kind(Kind::Pointer) {}  // NOLINT(google-explicit-constructor)
+  // Only a Value itself: a converted temporary would not outlive the argument list.
+  template <class T>
+    requires std::same_as<T, Value>
+  FormatArg(const T& value)  // NOLINT(google-explicit-constructor)
+      : _kind(Kind::Value), _value(&value) {}
+  template <class T>
+    requires std::derived_from<T, Object>
+  FormatArg(const std::shared_ptr<T>& object)  // NOLINT(google-explicit-constructor)
+      : _kind(Kind::Object), _object(object.get()) {}
+  FormatArg(const Object& object)  // NOLINT(google-explicit-constructor)
+      : _kind(Kind::Object), _object(&object) {}
+
+  Kind kind() const { return _kind; }
+  // The argument as a signed integer (numbers and numeric values; 0 otherwise).
+  std::int64_t asSigned() const;
+  // The argument as an unsigned integer.
+  std::uint64_t asUnsigned() const;
+  // The argument as a real.
+  double asReal() const;
+  // The argument as text for "%s"; "(null)" for a null pointer.
+  std::string asText() const;
+  // The argument's description, as "%@" prints it.
+  std::string describe() const;
+
+ private:
+  Kind _kind;
+  std::int64_t _signed = 0;
+  std::uint64_t _unsigned = 0;
+  double _real = 0;
+  std::string_view _text;
+  bool _isNullText = false;
+  const void* _pointer = nullptr;
+  const Value* _value = nullptr;
+  const Object* _object = nullptr;
+};
+
+// Formats `format` with printf conversions (flags, width, precision, length modifiers, "*" and
+// "n$" positions) plus "%@", which prints any argument by its description. A missing argument
+// prints as "(null)" for "%@" and "%s" and as 0 for numbers; nothing ever reads past `args`.
+std::string formatString(std::string_view format, std::span<const FormatArg> args);
+
+// formatString() with the arguments given inline.
+template <class... Args>
+std::string format(std::string_view formatText, const Args&... args) {
+  const std::array<FormatArg, sizeof...(Args)> list{FormatArg(args)...};
+  return formatString(formatText, list);
+}
+
+}  // namespace zu

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "zukit/platform/foundation/Date.h"
+#include "zukit/platform/foundation/NSLocale.h"
+#include "zukit/platform/foundation/NSTimeZone.h"
+
+namespace zu {
+
+// Formats and parses dates with a date pattern of Unicode Technical Standard #35
+// ("yyyy-MM-dd HH:mm:ss.SSS"), through ICU, in a locale and time zone. A new formatter takes
+// the current locale and the default time zone; the pattern starts empty.
+//
+// Making a formatter is cheap: the ICU formatters behind it are kept per thread and keyed by
+// (pattern, locale, time zone), and within one second a pattern whose only sub-second field is
+// "SSS" reuses the rest of the text. Both are invisible in the output, which is always what ICU
+// gives for that pattern, locale and zone.
+class NSDateFormatter final : public Object {
+ public:
+  NSDateFormatter();
+
+  // The pattern.
+  const std::string& dateFormat() const { return _format; }
+  // Sets the pattern.
+  void setDateFormat(std::string pattern) { _format = std::move(pattern); }
+  // The locale.
+  const std::shared_ptr<NSLocale>& locale() const { return _locale; }
+  // Sets the locale; none keeps the current one.
+  void setLocale(std::shared_ptr<NSLocale> locale);
+  // The time zone.
+  const std::shared_ptr<NSTimeZone>& timeZone() const { return _timeZone; }
+  // Sets the time zone; none keeps the current one.
+  void setTimeZone(std::shared_ptr<NSTimeZone> zone);
+
+  // The date as text; empty when the pattern is not a valid pattern.
+  std::string stringFromDate(const Date& date) const;
+  // The date that the whole text stands for under the pattern (strict parsing), or none.
+  std::optional<Date> dateFromString(const std::string& text) const;
+
+ private:
+  std::string _format;
+  std::shared_ptr<NSLocale> _locale;
+  std::shared_ptr<NSTimeZone> _timeZone;
+};
+
+}  // namespace zu

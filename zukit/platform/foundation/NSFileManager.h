@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zukit/platform/foundation/NSError.h"
+#include "zukit/platform/foundation/NSURL.h"
+#include "zukit/platform/foundation/Value.h"
+
+namespace zu {
+
+// Error domain and codes of file operations.
+inline constexpr const char* NSCocoaErrorDomain = "NSCocoaErrorDomain";
+inline constexpr NSInteger NSFileNoSuchFileError = 4;
+inline constexpr NSInteger NSFileReadUnknownError = 256;
+inline constexpr NSInteger NSFileWriteUnknownError = 512;
+inline constexpr NSInteger NSFileWriteNoPermissionError = 513;
+inline constexpr NSInteger NSFileWriteFileExistsError = 516;
+
+// Where an operation that can fail reports why; may be null.
+using NSErrorOut = std::shared_ptr<NSError>*;
+
+// File-system operations on std::filesystem and POSIX calls. Stateless and safe from any thread.
+class NSFileManager final : public Object {
+ public:
+  // The shared file manager.
+  static std::shared_ptr<NSFileManager> defaultManager();
+
+  // True when something exists at `path`; `isDirectory`, when given, tells whether it is one.
+  bool fileExistsAtPath(const std::string& path, bool* isDirectory = nullptr) const;
+  // Makes a directory, with its missing parents when `withIntermediateDirectories`. An existing
+  // directory succeeds only with intermediate directories, as on the platform.
+  bool createDirectoryAtPath(const std::string& path, bool withIntermediateDirectories,
+                             NSErrorOut error = nullptr) const;
+  // Writes a new file holding `contents` (none: empty), replacing a file of the same name.
+  bool createFileAtPath(const std::string& path, const Data* contents) const;
+  // The bytes of the file at `path`, or none.
+  std::optional<Data> contentsAtPath(const std::string& path) const;
+  // Paths of every entry below `path`, relative to it, directories included: a deep walk in a
+  // stable order (each directory's entries by name, a directory before its contents). Empty
+  // when `path` is not a readable directory.
+  std::vector<std::string> enumeratorAtPath(const std::string& path) const;
+  // Names of the entries directly in `path`, by name.
+  std::vector<std::string> contentsOfDirectoryAtPath(const std::string& path,
+                                                     NSErrorOut error = nullptr) const;
+  // Removes a file, or a directory with everything in it.
+  bool removeItemAtPath(const std::string& path, NSErrorOut error = nullptr) const;
+  // Moves a file or directory. Fails when the destination exists or its parent is missing.
+  // A file moves across file systems by copying and removing the source.
+  bool moveItemAtPath(const std::string& source, const std::string& destination,
+                      NSErrorOut error = nullptr) const;
+  // moveItemAtPath() for two file URLs; fails for other URLs.
+  bool moveItemAtURL(const NSURL& source, const NSURL& destination,
+                     NSErrorOut error = nullptr) const;
+  // Copies a file. Fails when the destination exists.
+  bool copyItemAtPath(const std::string& source, const std::string& destination,
+                      NSErrorOut error = nullptr) const;
+};
+
+// An error of `errnoValue` for `path`, in the file error domain.
+std::shared_ptr<NSError> fileError(int errnoValue, const std::string& path);
+
+}  // namespace zu

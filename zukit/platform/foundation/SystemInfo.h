@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace zu {
+
+// The fields of the kernel's uname record.
+struct UtsName {
+  std::string sysname;
+  std::string nodename;
+  std::string release;
+  std::string version;
+  // The hardware identifier ("x86_64", "aarch64").
+  std::string machine;
+};
+
+// The kernel's uname record; empty fields when the call fails.
+UtsName uname();
+
+// The path of the running executable.
+std::string executablePath();
+
+}  // namespace zu
