@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zukit/platform/foundation/Date.h"
+#include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/ui/Geometry.h"
+
+// Stateless helpers for dates, text, base64, device and app identity. Class methods only;
+// callable from any thread. Text arguments take a zu::Value, so that NSNull (as decoded JSON
+// gives it) reaches them; such a text counts as missing, like an absent or empty one.
+class ZuUtils : public zu::Object {
+ public:
+  ZuUtils() = delete;
+
+  // --- Dates (ZuUtils+Date.cpp) ---
+
+  // The date that `text` stands for under "yyyy-MM-dd HH:mm:ss"; the current date for missing
+  // text; none for text that does not match.
+  static std::optional<zu::Date> dateFromString(const zu::Value& text);
+  // As above with the pattern `format`; a missing pattern means "yyyy-MM-dd HH:mm:ss".
+  static std::optional<zu::Date> dateFromString(const zu::Value& text, const zu::Value& format);
+  // The date as "yyyy-MM-dd HH:mm:ss" text; none for an absent date.
+  static std::optional<std::string> stringFromDate(const std::optional<zu::Date>& date);
+  // As above with the pattern `format`; a missing pattern means "yyyy-MM-dd HH:mm:ss".
+  static std::optional<std::string> stringFromDate(const std::optional<zu::Date>& date,
+                                                   const zu::Value& format);
+  // 1 when date1 is later than date2, -1 when earlier, 0 when equal (full precision). Prints
+  // "date1 : <date1>, date2 : <date2>" on the console on every call.
+  static std::int32_t compareOneDay(const std::optional<zu::Date>& date1,
+                                    const std::optional<zu::Date>& date2);
+  // Whether both dates fall on the same local day ("yyyy-MM-dd"); NO when either is absent.
+  static bool isSameDay(const std::optional<zu::Date>& date1, const std::optional<zu::Date>& date2);
+  // Whether the two local times share their hour field ("HH"), whatever their dates.
+  static bool isSameHour(const std::optional<zu::Date>& date1,
+                         const std::optional<zu::Date>& date2);
+  // Whether the two local times share their minute field ("mm"), whatever the rest.
+  static bool isSameMinute(const std::optional<zu::Date>& date1,
+                           const std::optional<zu::Date>& date2);
+  // Whether the two local times share their second field ("ss"), whatever the rest.
+  static bool isSameSecond(const std::optional<zu::Date>& date1,
+                           const std::optional<zu::Date>& date2);
+
+  // --- Text, geometry and encoding (ZuUtils+String.cpp) ---
+
+  // Whether `point` lies in the circle whose diameter is the rectangle's width, drawn from the
+  // rectangle's origin (the height is ignored); a point on the rim is inside.
+  static bool point(const zu::CGPoint& point, const zu::CGRect& inCircleRect);
+  // Whether the text starts with "http://" or "https://", or names a class known to the object
+  // runtime.
+  static bool isUniversalLink(const zu::Value& text);
+  // The standard base64 (with padding) of the text's UTF-8 bytes; none for missing text.
+  static std::optional<std::string> base64Encode(const zu::Value& text);
+  // The UTF-8 text that base64 `text` decodes to, skipping characters outside the alphabet;
+  // none for missing text, or bytes that are not UTF-8.
+  static std::optional<std::vector<std::string>> getStringInBracesWithString(const zu::Value& text);
+  // The decoded text of base64 `text`; see base64Encode().
+  static std::optional<std::string> base64Decode(const zu::Value& text);
+
+  // --- Device and app identity (ZuUtils+Identity.cpp) ---
+
+  // The operating system's version text.
+  static std::string getOSVersion();
+  // The main bundle's CFBundleIdentifier, or none.
+  static std::optional<std::string> getAppBundleId();
+  // The per-installation device identifier: 36 upper-case characters, or none.
+  static std::optional<std::string> getUUID();
+  // Stores getUUID() in the keychain item "UUID" (access group "cn.com.quorvel.ZuSDK") unless
+  // the item already holds a value.
+  static void saveUUIDWithKeyChain();
+  // The value held by the keychain item "UUID", unchanged; absent when there is none.
+  static zu::Value getUUIDWithKeychain();
+  // The server environment of the app group: the integer "envType" of the shared store;
+  // 0 when nothing is stored.
+  static zu::NSInteger getEnvironmentWithGroupIdentifier(const zu::Value& identifier);
+};
