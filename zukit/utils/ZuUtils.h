@@ -56,9 +56,10 @@ class ZuUtils : public zu::Object {
   static std::optional<std::string> base64Encode(const zu::Value& text);
   // The UTF-8 text that base64 `text` decodes to, skipping characters outside the alphabet;
   // none for missing text, or bytes that are not UTF-8.
-  static std::optional<std::vector<std::string>> getStringInBracesWithString(const zu::Value& text);
-  // The decoded text of base64 `text`; see base64Encode().
   static std::optional<std::string> base64Decode(const zu::Value& text);
+  // The "${...}" placeholders of a template, in order of appearance; empty when there are none;
+  // none for missing text.
+  static std::optional<std::vector<std::string>> getStringInBracesWithString(const zu::Value& text);
 
   // --- Device and app identity (ZuUtils+Identity.cpp) ---
 
