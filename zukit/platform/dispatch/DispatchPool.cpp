@@ -67,22 +67,27 @@ void DispatchPool::post(std::function<void()> job) {
     job();
     state->busy.fetch_sub(1);
   });
-  if (_state->busy.load() >= _state->threads.load() &&
-      !_state->starvationCheckArmed.exchange(true)) {
-    DispatchTimerThread::shared().runAt(std::chrono::steady_clock::now() + kStarvationDelay,
-                                        [this] { checkStarvation(); });
-  }
+  armStarvationCheck();
+}
+
+// While work waits, a check runs every few milliseconds and starts a worker when every worker
+// is busy: blocked workers (a semaphore, a synchronous wait) must not starve the rest.
+void DispatchPool::armStarvationCheck() {
+  if (_state->starvationCheckArmed.exchange(true)) return;
+  DispatchTimerThread::shared().runAt(std::chrono::steady_clock::now() + kStarvationDelay,
+                                      [this] { checkStarvation(); });
 }
 
 void DispatchPool::checkStarvation() {
-  const bool starved = _state->waiting.load() > 0 && _state->busy.load() >= _state->threads.load();
-  if (starved && _state->threads.load() < kMaximumThreads) {
-    startWorker();
+  if (_state->waiting.load() > 0) {
+    if (_state->busy.load() >= _state->threads.load()) startWorker();
     DispatchTimerThread::shared().runAt(std::chrono::steady_clock::now() + kStarvationDelay,
                                         [this] { checkStarvation(); });
     return;
   }
   _state->starvationCheckArmed.store(false);
+  // Work posted while the flag was still set would otherwise go unwatched.
+  if (_state->waiting.load() > 0) armStarvationCheck();
 }
 
 }  // namespace zu

@@ -35,6 +35,7 @@ class DispatchPool final : public DispatchExecutor {
   friend class NoDestructor<DispatchPool>;
   DispatchPool();
   void startWorker();
+  void armStarvationCheck();
   void checkStarvation();
 
   struct State;
