@@ -1,5 +1,6 @@
 #include "zukit/platform/foundation/Format.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <optional>
@@ -83,6 +84,9 @@ std::string FormatArg::describe() const {
 
 namespace {
 
+// Largest width or precision honoured, so a hostile format cannot ask for gigabytes.
+constexpr long long kMaximumWidth = 100000;
+
 // One parsed conversion: "%[n$][flags][width][.precision][length]conversion".
 struct Conversion {
   std::string flags;
@@ -119,7 +123,7 @@ class Formatter {
     if (i >= _format.size() || _format[i] < '0' || _format[i] > '9') return std::nullopt;
     long long value = 0;
     while (i < _format.size() && _format[i] >= '0' && _format[i] <= '9') {
-      if (value < 100000000) value = value * 10 + (_format[i] - '0');
+      value = std::min(value * 10 + (_format[i] - '0'), kMaximumWidth);
       ++i;
     }
     return value;

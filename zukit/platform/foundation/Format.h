@@ -34,7 +34,9 @@ class FormatArg {
   template <std::floating_point T>
   FormatArg(T value) : _kind(Kind::Real), _real(value) {}  // NOLINT(google-explicit-constructor)
   FormatArg(const char* text)  // NOLINT(google-explicit-constructor)
-      : _kind(Kind::Text), _text(text), _isNullText(text == nullptr) {}
+      : _kind(Kind::Text),
+        _text(text != nullptr ? std::string_view(text) : std::string_view()),
+        _isNullText(text == nullptr) {}
   FormatArg(char* text) : FormatArg(static_cast<const char*>(text)) {}  // NOLINT
   FormatArg(const std::string& text)  // NOLINT(google-explicit-constructor)
       : _kind(Kind::Text), _text(text) {}
@@ -81,6 +83,7 @@ class FormatArg {
 // Formats `format` with printf conversions (flags, width, precision, length modifiers, "*" and
 // "n$" positions) plus "%@", which prints any argument by its description. A missing argument
 // prints as "(null)" for "%@" and "%s" and as 0 for numbers; nothing ever reads past `args`.
+// Widths and precisions above 100000 are cut to 100000.
 std::string formatString(std::string_view format, std::span<const FormatArg> args);
 
 // formatString() with the arguments given inline.

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <ostream>
 
 #include "zukit/platform/foundation/Unicode.h"
 
@@ -104,7 +105,7 @@ class ValueDescriber {
       case Value::Kind::Absent:
         return "(null)";
       case Value::Kind::Null:
-        return "<null>";
+        return nested ? "\"<null>\"" : "<null>";
       case Value::Kind::Boolean:
         return std::get<bool>(value._storage) ? "1" : "0";
       case Value::Kind::Integer:
@@ -241,6 +242,10 @@ bool Value::operator==(const Value& other) const {
     return mine == theirs || mine->isEqual(*theirs);
   }
   return _storage == other._storage;
+}
+
+std::ostream& operator<<(std::ostream& stream, const Value& value) {
+  return stream << value.description();
 }
 
 bool isValidText(const Value& text) {

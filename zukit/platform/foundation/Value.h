@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -158,6 +159,9 @@ class Value {
                Dictionary, id>
       _storage;
 };
+
+// Writes the value's description.
+std::ostream& operator<<(std::ostream& stream, const Value& value);
 
 // A text argument is valid when present, not NSNull, and not empty.
 bool isValidText(const Value& text);

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+#include <unicode/locid.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+
+#include <random>
+#include <string>
+
+#include "zukit/platform/foundation/NSDateFormatter.h"
+
+namespace {
+
+// What ICU itself gives, with no caching in between.
+std::string icuText(const std::string& pattern, const std::string& locale, const std::string& zone,
+                    double seconds) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::SimpleDateFormat formatter(icu::UnicodeString::fromUTF8(pattern),
+                                  icu::Locale(locale.c_str()), status);
+  formatter.adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
+  icu::UnicodeString text;
+  formatter.format(std::floor(seconds * 1000.0), text);
+  std::string out;
+  text.toUTF8String(out);
+  return out;
+}
+
+TEST(NSDateFormatter, GivesExactlyIcusTextAcrossLocalesZonesAndSeconds) {
+  const std::vector<std::string> patterns{"yyyy-MM-dd HH:mm:ss.SSS", "yyyy-MM-dd HH:mm:ss",
+                                          "HH:mm:ss.SSS zzzz", "SSS 'S' a EEEE"};
+  const std::vector<std::string> locales{"en_US", "ar_EG", "hi_IN@numbers=deva", "th_TH",
+                                         "zh_Hans_CN", "fa_IR"};
+  const std::vector<std::string> zones{"UTC", "Europe/Paris", "America/New_York", "Asia/Kathmandu",
+                                       "Australia/Lord_Howe"};
+  std::mt19937 random(7);
+  // Around a daylight-saving change in Paris, New York and Lord Howe, plus random instants.
+  std::vector<double> instants{1711846799.250, 1711846800.999, 1712415599.5, 1699164000.0};
+  std::uniform_real_distribution<double> any(-1e9, 3e9);
+  for (int i = 0; i < 20; ++i) instants.push_back(any(random));
+  for (const auto& pattern : patterns) {
+    for (const auto& locale : locales) {
+      for (const auto& zone : zones) {
+        zu::NSDateFormatter formatter;
+        formatter.setDateFormat(pattern);
+        formatter.setLocale(zu::NSLocale::localeWithLocaleIdentifier(locale));
+        formatter.setTimeZone(zu::NSTimeZone::timeZoneWithName(zone));
+        for (const double base : instants) {
+          // Several milliseconds of one second, so that the per-second memo is exercised.
+          for (const double offset : {0.0, 0.001, 0.5, 0.999, 1.0}) {
+            const double seconds = base + offset;
+            ASSERT_EQ(formatter.stringFromDate(zu::Date::dateWithTimeIntervalSince1970(seconds)),
+                      icuText(pattern, locale, zone, seconds))
+                << pattern << " " << locale << " " << zone << " " << seconds;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(NSDateFormatter, ParsesOnlyTextThatMatchesThePatternWhole) {
+  zu::NSDateFormatter formatter;
+  formatter.setTimeZone(zu::NSTimeZone::timeZoneWithName("UTC"));
+  formatter.setDateFormat("yyyy-MM-dd HH:mm:ss");
+  const auto parsed = formatter.dateFromString("2020-06-01 14:03:27");
+  ASSERT_TRUE(parsed.has_value());
+  EXPECT_DOUBLE_EQ(parsed->timeIntervalSince1970(), 1591020207.0);
+  EXPECT_FALSE(formatter.dateFromString("2020-06-01").has_value());
+  EXPECT_FALSE(formatter.dateFromString("2020-06-01 14:03:27 tail").has_value());
+  EXPECT_FALSE(formatter.dateFromString("2020-13-45 99:03:27").has_value());
+  EXPECT_FALSE(formatter.dateFromString("").has_value());
+  formatter.setDateFormat("yyyy-MM-dd");
+  EXPECT_EQ(formatter.stringFromDate(*parsed), "2020-06-01");
+}
+
+TEST(NSTimeZone, KnowsNamesAndRefusesUnknownOnes) {
+  EXPECT_EQ(zu::NSTimeZone::timeZoneWithName("Europe/Paris")->name(), "Europe/Paris");
+  EXPECT_EQ(zu::NSTimeZone::timeZoneWithName("Mars/Olympus"), nullptr);
+  zu::NSTimeZone::setDefaultTimeZone(zu::NSTimeZone::timeZoneWithName("Asia/Tokyo"));
+  EXPECT_EQ(zu::NSDateFormatter().timeZone()->name(), "Asia/Tokyo");
+  zu::NSTimeZone::setDefaultTimeZone(nullptr);
+  EXPECT_EQ(zu::NSTimeZone::defaultTimeZone()->name(), "Asia/Tokyo") << "none changes nothing";
+  zu::NSTimeZone::resetSystemTimeZone();
+}
+
+}  // namespace
