@@ -1,10 +1,10 @@
+#include <random>
+#include <string>
+
 #include <gtest/gtest.h>
 #include <unicode/locid.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
-
-#include <random>
-#include <string>
 
 #include "zukit/platform/foundation/NSDateFormatter.h"
 
@@ -27,15 +27,16 @@ std::string icuText(const std::string& pattern, const std::string& locale, const
 TEST(NSDateFormatter, GivesExactlyIcusTextAcrossLocalesZonesAndSeconds) {
   const std::vector<std::string> patterns{"yyyy-MM-dd HH:mm:ss.SSS", "yyyy-MM-dd HH:mm:ss",
                                           "HH:mm:ss.SSS zzzz", "SSS 'S' a EEEE"};
-  const std::vector<std::string> locales{"en_US", "ar_EG", "hi_IN@numbers=deva", "th_TH",
-                                         "zh_Hans_CN", "fa_IR"};
+  const std::vector<std::string> locales{"en_US", "ar_EG",      "hi_IN@numbers=deva",
+                                         "th_TH", "zh_Hans_CN", "fa_IR"};
   const std::vector<std::string> zones{"UTC", "Europe/Paris", "America/New_York", "Asia/Kathmandu",
                                        "Australia/Lord_Howe"};
   std::mt19937 random(7);
   // Around a daylight-saving change in Paris, New York and Lord Howe, plus random instants.
   std::vector<double> instants{1711846799.250, 1711846800.999, 1712415599.5, 1699164000.0};
   std::uniform_real_distribution<double> any(-1e9, 3e9);
-  for (int i = 0; i < 20; ++i) instants.push_back(any(random));
+  for (int i = 0; i < 20; ++i)
+    instants.push_back(any(random));
   for (const auto& pattern : patterns) {
     for (const auto& locale : locales) {
       for (const auto& zone : zones) {
@@ -70,6 +71,35 @@ TEST(NSDateFormatter, ParsesOnlyTextThatMatchesThePatternWhole) {
   EXPECT_FALSE(formatter.dateFromString("").has_value());
   formatter.setDateFormat("yyyy-MM-dd");
   EXPECT_EQ(formatter.stringFromDate(*parsed), "2020-06-01");
+}
+
+TEST(NSDateFormatter, AppendsWhatAFreshFormatterGivesUnderTheSettingsOfTheMoment) {
+  const auto fresh = [](const zu::Date& date) {
+    zu::NSDateFormatter formatter;
+    formatter.setDateFormat("yyyy-MM-dd HH:mm:ss.SSS");
+    return formatter.stringFromDate(date);
+  };
+  const auto appended = [](const zu::Date& date) {
+    std::string out = "> ";
+    zu::NSDateFormatter::appendStringFromDate(out, "yyyy-MM-dd HH:mm:ss.SSS", date);
+    return out;
+  };
+  const zu::Date date = zu::Date::dateWithTimeIntervalSince1970(1700000000.123);
+  const std::vector<std::pair<std::string, std::string>> settings{
+      {"en_US", "UTC"}, {"ar_EG", "UTC"}, {"ar_EG", "Asia/Kathmandu"}, {"en_US", "Asia/Kathmandu"}};
+  std::vector<std::string> seen;
+  for (const auto& [locale, zone] : settings) {
+    zu::NSLocale::setCurrentLocale(zu::NSLocale::localeWithLocaleIdentifier(locale));
+    zu::NSTimeZone::setDefaultTimeZone(zu::NSTimeZone::timeZoneWithName(zone));
+    EXPECT_EQ(appended(date), "> " + fresh(date)) << locale << " " << zone;
+    EXPECT_EQ(appended(date.dateByAddingTimeInterval(0.5)),
+              "> " + fresh(date.dateByAddingTimeInterval(0.5)));
+    seen.push_back(appended(date));
+  }
+  EXPECT_EQ(seen[0], "> 2023-11-14 22:13:20.123");
+  EXPECT_NE(seen[1], seen[0]) << "Arabic digits";
+  EXPECT_EQ(seen[3], "> 2023-11-15 03:58:20.123");
+  zu::NSTimeZone::resetSystemTimeZone();
 }
 
 TEST(NSTimeZone, KnowsNamesAndRefusesUnknownOnes) {

@@ -62,6 +62,10 @@ zu::dispatch_queue_t zu_log_get_dispatch_serial_queue() {
 }
 
 std::shared_ptr<ZuLogger> ZuLogger::getInstance() {
+  return sharedLogger();
+}
+
+const std::shared_ptr<ZuLogger>& ZuLogger::sharedLogger() {
   static zu::NoDestructor<std::shared_ptr<ZuLogger>> logger;
   static zu::dispatch_once_t onceToken;
   zu::dispatch_once(&onceToken, [] {
@@ -75,8 +79,8 @@ std::shared_ptr<ZuLogger> ZuLogger::getInstance() {
 }
 
 ZuLogger::ZuLogger(Passkey /*unused*/) : _fileManager(zu::NSFileManager::defaultManager()) {
-  const std::vector<std::string> documents = zu::NSSearchPathForDirectoriesInDomains(
-      zu::NSDocumentDirectory, zu::NSUserDomainMask, true);
+  const std::vector<std::string> documents =
+      zu::NSSearchPathForDirectoriesInDomains(zu::NSDocumentDirectory, zu::NSUserDomainMask, true);
   const std::string directory =
       (documents.empty() ? std::string() : documents.front()) + "/" + ZuDefaultLogDirectoryName;
   if (!_fileManager->fileExistsAtPath(directory)) {
@@ -94,6 +98,7 @@ ZuLogger::ZuLogger(Passkey /*unused*/) : _fileManager(zu::NSFileManager::default
   const zu::Value version =
       zu::NSBundle::mainBundle()->objectForInfoDictionaryKey("CFBundleShortVersionString");
   zu::MutexLock lock(_pendingMutex);
+  _writeQueued = true;
   _pending = zu::format("设备名称:%@\n手机系统版本:%@\n应用版本号:%@\n\n", zu::uname().machine,
                         zu::UIDevice::currentDevice()->systemVersion(), version);
 }
@@ -102,15 +107,17 @@ ZuLogger::~ZuLogger() {
   if (_fileHandler) _fileHandler->closeFile();
 }
 
-void ZuLogger::configLogLevel(zu::NSInteger logLevel) { getInstance()->setLogLevel(logLevel); }
+void ZuLogger::configLogLevel(zu::NSInteger logLevel) {
+  sharedLogger()->setLogLevel(logLevel);
+}
 
 void ZuLogger::logv(zu::NSInteger level, const char* function, std::string_view format,
                     std::span<const zu::FormatArg> args) {
   try {
     const std::string message = zu::formatString(format, args);
-    const std::shared_ptr<ZuLogger> logger = getInstance();
-    if (printsOnConsole(logger->logLevel(), level)) logger->log(message, level, function);
-    logger->_log(message);
+    ZuLogger& logger = *sharedLogger();
+    if (printsOnConsole(logger.logLevel(), level)) logger.log(message, level, function);
+    logger._log(message);
   } catch (...) {  // NOLINT(bugprone-empty-catch): a failed log call is dropped by design
   }
 }
@@ -124,11 +131,15 @@ void ZuLogger::handleFilesOfDirectory(const std::string& directoryPath) {
 }
 
 void ZuLogger::_log(const std::string& message) {
-  // A fresh formatter per call, on the caller's thread, so each line carries the locale and
-  // time zone in force when it was logged.
-  std::string line = zu::format("%@ ", formattedNow("yyyy-MM-dd HH:mm:ss.SSS"));
-  line += zu::format(" %@\n", message);
-  submitWrite(std::move(line));
+  // The time is formatted on the caller's thread as a fresh formatter would, so each line
+  // carries the locale and time zone in force when it was logged: "<time> " then " <message>\n".
+  std::string line;
+  line.reserve(message.size() + 32);
+  zu::NSDateFormatter::appendStringFromDate(line, "yyyy-MM-dd HH:mm:ss.SSS", zu::Date::date());
+  line += "  ";
+  line += message;
+  line += '\n';
+  submitWrite(line);
 }
 
 void ZuLogger::log(const std::string& message, zu::NSInteger level, const char* function) {
@@ -139,8 +150,8 @@ void ZuLogger::log(const std::string& message, zu::NSInteger level, const char* 
       const std::string name(function);
       if (name.empty()) throw std::out_of_range("empty function name");
       // Bytes that are not UTF-8 make no text; the banner then shows "(null)" as the name.
-      const zu::Value shown = zu::isValidUtf8(name) ? zu::Value(zu::dropFirstCharacter(name))
-                                                    : zu::Value();
+      const zu::Value shown =
+          zu::isValidUtf8(name) ? zu::Value(zu::dropFirstCharacter(name)) : zu::Value();
       banner = zu::format(
           "\n\n******************** [Zu][%@] ********************\n%@\n%@\n"
           "******************************************************************\n\n",
@@ -173,16 +184,13 @@ std::string ZuLogger::descriptionForLevel(zu::NSInteger level) const {
   }
 }
 
-void ZuLogger::submitWrite(std::string bytes) {
+void ZuLogger::submitWrite(std::string_view bytes) {
   bool mustQueue = false;
   {
     zu::MutexLock lock(_pendingMutex);
-    mustQueue = _pending.empty();
-    if (mustQueue) {
-      _pending = std::move(bytes);
-    } else {
-      _pending += bytes;
-    }
+    _pending.append(bytes);
+    mustQueue = !_writeQueued;
+    _writeQueued = true;
   }
   if (mustQueue) queueWrite();
 }
@@ -197,7 +205,8 @@ void ZuLogger::writePending() {
   std::string bytes;
   {
     zu::MutexLock lock(_pendingMutex);
+    _writeQueued = false;
     bytes.swap(_pending);
   }
-  if (_fileHandler) _fileHandler->writeData(bytes);
+  if (_fileHandler && !bytes.empty()) _fileHandler->writeData(bytes);
 }

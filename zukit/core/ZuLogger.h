@@ -74,7 +74,9 @@ class ZuLogger : public zu::Object {
   ZuLogger& operator=(const ZuLogger&) = delete;
 
  private:
-  void submitWrite(std::string bytes);
+  // The shared logger without a reference count change, for the hot path.
+  static const std::shared_ptr<ZuLogger>& sharedLogger();
+  void submitWrite(std::string_view bytes);
   void queueWrite();
   void writePending();
 
@@ -83,11 +85,14 @@ class ZuLogger : public zu::Object {
   std::string _logFilePath;
   // Read and written without a lock, as the design wants; atomic so that it is not a data race.
   std::atomic<zu::NSInteger> _logLevel{0};
-  // Lines waiting for the log queue. A write block is queued when this goes from empty to
-  // non-empty, and writes everything gathered by then in one system call: the bytes and their
-  // order are those of one block per line, at a fraction of the cost.
+  // Lines waiting for the log queue. A line is appended here and a write block is queued only
+  // when none is waiting to start; that block writes everything gathered by the time it starts
+  // in one system call. Every line is thus written by a block queued after it was logged, so a
+  // block submitted to the log queue after a line still runs after that line is in the file:
+  // the bytes and their order are those of one block per line, at a fraction of the cost.
   zu::Mutex _pendingMutex;
   std::string _pending ZU_GUARDED_BY(_pendingMutex);
+  bool _writeQueued ZU_GUARDED_BY(_pendingMutex) = false;
 };
 
 // The log queue: a serial queue labelled "com.Zu.userlog", created once per process.

@@ -19,7 +19,7 @@ dispatch_queue_t makeGlobalQueue(const char* label) {
 
 dispatch_queue_t dispatch_get_main_queue() {
   static NoDestructor<dispatch_queue_t> mainQueue(
-      std::make_shared<SerialDispatchQueue>("zu.main-thread", RunLoop::main()));
+      std::make_shared<SerialDispatchQueue>("zu.main-thread", RunLoop::main(), false));
   return *mainQueue;
 }
 
@@ -59,10 +59,9 @@ void dispatch_sync(const dispatch_queue_t& queue, dispatch_block_t block) {
 
 void dispatch_after(dispatch_time_t when, const dispatch_queue_t& queue, dispatch_block_t block) {
   if (!queue || when == DISPATCH_TIME_FOREVER) return;
-  DispatchTimerThread::shared().runAt(dispatchTimePoint(when),
-                                      [queue, block = std::move(block)]() mutable {
-                                        queue->async(std::move(block));
-                                      });
+  DispatchTimerThread::shared().runAt(
+      dispatchTimePoint(when),
+      [queue, block = std::move(block)]() mutable { queue->async(std::move(block)); });
 }
 
 void dispatch_queue_set_specific(const dispatch_queue_t& queue, const void* key, void* context,

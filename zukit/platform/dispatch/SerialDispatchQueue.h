@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <deque>
 
 #include "zukit/platform/dispatch/DispatchExecutor.h"
@@ -9,11 +10,14 @@ namespace zu {
 
 // A serial queue: blocks run one at a time, in submission order, on its executor (the worker
 // pool, or the main run loop for the main queue). The queue asks its executor for a turn only
-// when it goes from empty to non-empty, and gives the turn back once drained.
+// when it goes from empty to non-empty, and gives the turn back once drained. A queue on the
+// pool lingers a few microseconds before giving its turn back, so that a producer submitting
+// block after block does not pay a thread wake-up for each one.
 class SerialDispatchQueue final : public DispatchQueue {
  public:
-  // A queue labelled `label` whose blocks run on `executor`, which must outlive the queue.
-  SerialDispatchQueue(std::string label, DispatchExecutor& executor);
+  // A queue labelled `label` whose blocks run on `executor`, which must outlive the queue;
+  // `lingers` lets a drained turn wait briefly for more blocks (not for the main run loop).
+  SerialDispatchQueue(std::string label, DispatchExecutor& executor, bool lingers = true);
 
   bool isSerial() const override { return true; }
   void async(dispatch_block_t block) override;
@@ -24,8 +28,12 @@ class SerialDispatchQueue final : public DispatchQueue {
   static constexpr int kBlocksPerTurn = 64;
 
   void drain();
+  bool takeNext(dispatch_block_t& block);
+  bool lingerForWork() const;
 
   DispatchExecutor& _executor;
+  const bool _lingers;
+  std::atomic<std::size_t> _pendingCount{0};
   Mutex _mutex;
   std::deque<dispatch_block_t> _pending ZU_GUARDED_BY(_mutex);
   bool _scheduled ZU_GUARDED_BY(_mutex) = false;

@@ -1,6 +1,7 @@
 #include "zukit/platform/foundation/Format.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <optional>
@@ -55,6 +56,14 @@ std::string FormatArg::asText() const {
       return "(null)";
     default:
       return describe();
+  }
+}
+
+void FormatArg::appendText(std::string& out) const {
+  if (_isNullText) {
+    out += "(null)";
+  } else {
+    out.append(_text);
   }
 }
 
@@ -189,7 +198,8 @@ class Formatter {
         spec.precision = number(i).value_or(0);
       }
     }
-    while (i < _format.size() && std::string_view("hlqLzjt").find(_format[i]) != std::string::npos) {
+    while (i < _format.size() &&
+           std::string_view("hlqLzjt").find(_format[i]) != std::string::npos) {
       spec.length += _format[i++];
     }
     if (i >= _format.size()) {
@@ -258,6 +268,8 @@ class Formatter {
   }
 
   static void emit(const Conversion& spec, const FormatArg* arg, std::string& out) {
+    const bool plain = spec.flags.empty() && !spec.width && !spec.precision;
+    if (plain && arg != nullptr && emitPlain(spec, *arg, out)) return;
     switch (spec.conversion) {
       case '@':
         pad(spec, arg ? arg->describe() : "(null)", out);
@@ -271,8 +283,9 @@ class Formatter {
         pad(spec, std::string(1, static_cast<char>(arg ? arg->asSigned() : 0)), out);
         return;
       case 'p':
-        printC(out, cSpec(spec, "", 'p'),
-               reinterpret_cast<const void*>(static_cast<std::intptr_t>(arg ? arg->asSigned() : 0)));
+        printC(
+            out, cSpec(spec, "", 'p'),
+            reinterpret_cast<const void*>(static_cast<std::intptr_t>(arg ? arg->asSigned() : 0)));
         return;
       case 'd':
       case 'i': {
@@ -296,6 +309,27 @@ class Formatter {
         printC(out, cSpec(spec, "", spec.conversion), arg ? arg->asReal() : 0.0);
         return;
     }
+  }
+
+  // The common conversions without flags, width or precision, written straight into `out`.
+  static bool emitPlain(const Conversion& spec, const FormatArg& arg, std::string& out) {
+    const char conversion = spec.conversion;
+    if ((conversion == '@' || conversion == 's') && arg.kind() == FormatArg::Kind::Text) {
+      arg.appendText(out);
+      return true;
+    }
+    const bool decimal = conversion == 'd' || conversion == 'i' || conversion == 'u';
+    if (!decimal ||
+        (spec.length != "" && spec.length != "l" && spec.length != "ll" && spec.length != "q" &&
+         spec.length != "z" && spec.length != "j" && spec.length != "t")) {
+      return false;
+    }
+    char buffer[24];
+    const auto result = conversion == 'u'
+                            ? std::to_chars(buffer, buffer + sizeof buffer, arg.asUnsigned())
+                            : std::to_chars(buffer, buffer + sizeof buffer, arg.asSigned());
+    out.append(buffer, result.ptr);
+    return true;
   }
 
   std::string_view _format;

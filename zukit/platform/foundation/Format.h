@@ -28,12 +28,11 @@ class FormatArg {
     }
   }
   template <class T>
-    requires std::is_enum_v<T>
-  FormatArg(T value)  // NOLINT(google-explicit-constructor)
+  requires std::is_enum_v<T> FormatArg(T value)  // NOLINT(google-explicit-constructor)
       : FormatArg(static_cast<std::underlying_type_t<T>>(value)) {}
   template <std::floating_point T>
   FormatArg(T value) : _kind(Kind::Real), _real(value) {}  // NOLINT(google-explicit-constructor)
-  FormatArg(const char* text)  // NOLINT(google-explicit-constructor)
+  FormatArg(const char* text)                              // NOLINT(google-explicit-constructor)
       : _kind(Kind::Text),
         _text(text != nullptr ? std::string_view(text) : std::string_view()),
         _isNullText(text == nullptr) {}
@@ -46,12 +45,11 @@ class FormatArg {
   FormatArg(std::nullptr_t) : _kind(Kind::Pointer) {}  // NOLINT(google-explicit-constructor)
   // Only a Value itself: a converted temporary would not outlive the argument list.
   template <class T>
-    requires std::same_as<T, Value>
-  FormatArg(const T& value)  // NOLINT(google-explicit-constructor)
+  requires std::same_as<T, Value> FormatArg(const T& value)  // NOLINT(google-explicit-constructor)
       : _kind(Kind::Value), _value(&value) {}
   template <class T>
-    requires std::derived_from<T, Object>
-  FormatArg(const std::shared_ptr<T>& object)  // NOLINT(google-explicit-constructor)
+  requires std::derived_from<T, Object> FormatArg(
+      const std::shared_ptr<T>& object)  // NOLINT(google-explicit-constructor)
       : _kind(Kind::Object), _object(object.get()) {}
   FormatArg(const Object& object)  // NOLINT(google-explicit-constructor)
       : _kind(Kind::Object), _object(&object) {}
@@ -67,6 +65,8 @@ class FormatArg {
   std::string asText() const;
   // The argument's description, as "%@" prints it.
   std::string describe() const;
+  // Appends a text argument (Kind::Text) to `out`.
+  void appendText(std::string& out) const;
 
  private:
   Kind _kind;

@@ -1,5 +1,10 @@
 #include "zukit/platform/foundation/NSDateFormatter.h"
 
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <list>
+
 #include <unicode/fieldpos.h>
 #include <unicode/locid.h>
 #include <unicode/numfmt.h>
@@ -8,10 +13,7 @@
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
 
-#include <array>
-#include <cmath>
-#include <cstdint>
-#include <list>
+#include "zukit/platform/foundation/FormattingSettings.h"
 
 namespace zu {
 
@@ -41,7 +43,8 @@ bool hasSingleMillisecondField(const std::string& pattern) {
     if (c == 'A') return false;
     if (c == 'S') {
       std::size_t length = 0;
-      while (i + length < pattern.size() && pattern[i + length] == 'S') ++length;
+      while (i + length < pattern.size() && pattern[i + length] == 'S')
+        ++length;
       if (length != 3) return false;
       ++runs;
       i += length - 1;
@@ -61,10 +64,54 @@ struct CachedFormatter {
   std::string prefix;
   std::string suffix;
 
-  std::string millisecondText(int milliseconds) const {
-    return digits[static_cast<std::size_t>(milliseconds / 100)] +
-           digits[static_cast<std::size_t>(milliseconds / 10 % 10)] +
-           digits[static_cast<std::size_t>(milliseconds % 10)];
+  void appendMilliseconds(std::string& out, int milliseconds) const {
+    out += digits[static_cast<std::size_t>(milliseconds / 100)];
+    out += digits[static_cast<std::size_t>(milliseconds / 10 % 10)];
+    out += digits[static_cast<std::size_t>(milliseconds % 10)];
+  }
+
+  // Appends the date's text: from the memo when the second is the one formatted last, else
+  // from ICU (refreshing the memo).
+  void append(std::string& out, const Date& date) {
+    if (!formatter) return;
+    const double milliseconds = std::floor(date.timeIntervalSince1970() * 1000.0);
+    if (!reusesSecond || !std::isfinite(milliseconds) || std::fabs(milliseconds) > 1e17) {
+      icu::UnicodeString text;
+      formatter->format(milliseconds, text);
+      text.toUTF8String(out);
+      return;
+    }
+    const auto whole = static_cast<std::int64_t>(milliseconds);
+    const std::int64_t second = whole >= 0 ? whole / 1000 : -((-whole + 999) / 1000);
+    const int fraction = static_cast<int>(whole - second * 1000);
+    if (memoValid && memoSecond == second) {
+      out += prefix;
+      appendMilliseconds(out, fraction);
+      out += suffix;
+      return;
+    }
+    icu::UnicodeString text;
+    icu::FieldPosition position(UDAT_FRACTIONAL_SECOND_FIELD);
+    formatter->format(milliseconds, text, position);
+    const std::string full = utf8(text);
+    const std::int32_t begin = position.getBeginIndex();
+    const std::int32_t end = position.getEndIndex();
+    memoValid = false;
+    if (end > begin) {
+      prefix = utf8(text.tempSubString(0, begin));
+      suffix = utf8(text.tempSubString(end));
+      // Only reuse the second if composing gives exactly ICU's text.
+      std::string composed = prefix;
+      appendMilliseconds(composed, fraction);
+      composed += suffix;
+      if (composed == full) {
+        memoValid = true;
+        memoSecond = second;
+      } else {
+        reusesSecond = false;
+      }
+    }
+    out += full;
   }
 };
 
@@ -73,8 +120,8 @@ CachedFormatter makeFormatter(const std::string& key, const std::string& pattern
   CachedFormatter cached;
   cached.key = key;
   UErrorCode status = U_ZERO_ERROR;
-  auto formatter = std::make_unique<icu::SimpleDateFormat>(
-      icu::UnicodeString::fromUTF8(pattern), icu::Locale(locale.c_str()), status);
+  auto formatter = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString::fromUTF8(pattern),
+                                                           icu::Locale(locale.c_str()), status);
   if (U_FAILURE(status)) return cached;
   formatter->adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
   formatter->setLenient(false);
@@ -126,38 +173,29 @@ void NSDateFormatter::setTimeZone(std::shared_ptr<NSTimeZone> zone) {
 
 std::string NSDateFormatter::stringFromDate(const Date& date) const {
   CachedFormatter& cached = formatterFor(_format, _locale->localeIdentifier(), _timeZone->name());
-  if (!cached.formatter) return {};
-  const double milliseconds = std::floor(date.timeIntervalSince1970() * 1000.0);
-  if (!cached.reusesSecond || !std::isfinite(milliseconds) || std::fabs(milliseconds) > 1e17) {
-    icu::UnicodeString text;
-    cached.formatter->format(milliseconds, text);
-    return utf8(text);
+  std::string text;
+  cached.append(text, date);
+  return text;
+}
+
+void NSDateFormatter::appendStringFromDate(std::string& out, std::string_view pattern,
+                                           const Date& date) {
+  // One formatter per thread for the last pattern, kept while the settings stay the same.
+  struct Slot {
+    std::uint64_t generation = 0;
+    std::string pattern;
+    CachedFormatter formatter;
+  };
+  thread_local Slot slot;
+  const std::uint64_t generation = formattingSettingsGeneration();
+  if (slot.generation != generation || slot.pattern != pattern) {
+    const NSDateFormatter fresh;
+    slot.pattern = std::string(pattern);
+    slot.formatter = makeFormatter(std::string(), slot.pattern, fresh._locale->localeIdentifier(),
+                                   fresh._timeZone->name());
+    slot.generation = generation;
   }
-  const auto whole = static_cast<std::int64_t>(milliseconds);
-  const std::int64_t second = whole >= 0 ? whole / 1000 : -((-whole + 999) / 1000);
-  const int fraction = static_cast<int>(whole - second * 1000);
-  if (cached.memoValid && cached.memoSecond == second) {
-    return cached.prefix + cached.millisecondText(fraction) + cached.suffix;
-  }
-  icu::UnicodeString text;
-  icu::FieldPosition position(UDAT_FRACTIONAL_SECOND_FIELD);
-  cached.formatter->format(milliseconds, text, position);
-  const std::string full = utf8(text);
-  const std::int32_t begin = position.getBeginIndex();
-  const std::int32_t end = position.getEndIndex();
-  cached.memoValid = false;
-  if (end > begin) {
-    cached.prefix = utf8(text.tempSubString(0, begin));
-    cached.suffix = utf8(text.tempSubString(end));
-    // Only reuse the second if composing gives exactly ICU's text.
-    if (cached.prefix + cached.millisecondText(fraction) + cached.suffix == full) {
-      cached.memoValid = true;
-      cached.memoSecond = second;
-    } else {
-      cached.reusesSecond = false;
-    }
-  }
-  return full;
+  slot.formatter.append(out, date);
 }
 
 std::optional<Date> NSDateFormatter::dateFromString(const std::string& text) const {

@@ -40,6 +40,11 @@ class NSDateFormatter final : public Object {
   // The date that the whole text stands for under the pattern (strict parsing), or none.
   std::optional<Date> dateFromString(const std::string& text) const;
 
+  // Appends to `out` what a new formatter with `pattern` (and so the current locale and default
+  // time zone) would make of `date`, without making one: for callers that need a fresh
+  // formatter's text on every call, such as a log line's time stamp.
+  static void appendStringFromDate(std::string& out, std::string_view pattern, const Date& date);
+
  private:
   std::string _format;
   std::shared_ptr<NSLocale> _locale;

@@ -2,6 +2,7 @@
 
 #include <unicode/locid.h>
 
+#include "zukit/platform/foundation/FormattingSettings.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NoDestructor.h"
 
@@ -35,8 +36,11 @@ std::shared_ptr<NSLocale> NSLocale::localeWithLocaleIdentifier(const std::string
 void NSLocale::setCurrentLocale(const std::shared_ptr<NSLocale>& locale) {
   if (!locale) return;
   CurrentLocale& state = current();
-  MutexLock lock(state.mutex);
-  state.locale = locale;
+  {
+    MutexLock lock(state.mutex);
+    state.locale = locale;
+  }
+  formattingSettingsChanged();
 }
 
 }  // namespace zu

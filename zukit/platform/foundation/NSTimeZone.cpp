@@ -3,6 +3,7 @@
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
 
+#include "zukit/platform/foundation/FormattingSettings.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NoDestructor.h"
 
@@ -54,14 +55,20 @@ std::shared_ptr<NSTimeZone> NSTimeZone::timeZoneWithName(const std::string& name
 void NSTimeZone::setDefaultTimeZone(const std::shared_ptr<NSTimeZone>& zone) {
   if (!zone) return;
   CurrentZone& state = current();
-  MutexLock lock(state.mutex);
-  state.zone = zone;
+  {
+    MutexLock lock(state.mutex);
+    state.zone = zone;
+  }
+  formattingSettingsChanged();
 }
 
 void NSTimeZone::resetSystemTimeZone() {
   CurrentZone& state = current();
-  MutexLock lock(state.mutex);
-  state.zone = systemZone();
+  {
+    MutexLock lock(state.mutex);
+    state.zone = systemZone();
+  }
+  formattingSettingsChanged();
 }
 
 }  // namespace zu
