@@ -55,7 +55,8 @@ RatioRegistration::RatioRegistration(std::string subject, std::string baseline, 
 }
 
 std::string scratchDirectory(const std::string& name) {
-  std::string pattern = (std::filesystem::temp_directory_path() / ("zukit-bench-" + name + ".XXXXXX")).string();
+  std::string pattern =
+      (std::filesystem::temp_directory_path() / ("zukit-bench-" + name + ".XXXXXX")).string();
   if (mkdtemp(pattern.data()) == nullptr) return std::filesystem::temp_directory_path().string();
   scratchDirectories().push_back(pattern);
   return pattern;
@@ -67,10 +68,10 @@ int main(int argc, char** argv) {
   using zukit::bench::ratios;
   // The library's files (log, preferences, caches) go to a scratch home, never the real one.
   const std::string home = zukit::bench::scratchDirectory("home");
-  setenv("HOME", home.c_str(), 1);                                // NOLINT(concurrency-mt-unsafe)
-  setenv("XDG_CONFIG_HOME", (home + "/.config").c_str(), 1);      // NOLINT(concurrency-mt-unsafe)
-  setenv("XDG_DATA_HOME", (home + "/.local/share").c_str(), 1);   // NOLINT(concurrency-mt-unsafe)
-  setenv("XDG_CACHE_HOME", (home + "/.cache").c_str(), 1);        // NOLINT(concurrency-mt-unsafe)
+  setenv("HOME", home.c_str(), 1);                               // NOLINT(concurrency-mt-unsafe)
+  setenv("XDG_CONFIG_HOME", (home + "/.config").c_str(), 1);     // NOLINT(concurrency-mt-unsafe)
+  setenv("XDG_DATA_HOME", (home + "/.local/share").c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+  setenv("XDG_CACHE_HOME", (home + "/.cache").c_str(), 1);       // NOLINT(concurrency-mt-unsafe)
 
   benchmark::Initialize(&argc, argv);
   zukit::bench::CollectingReporter reporter;
@@ -87,7 +88,8 @@ int main(int argc, char** argv) {
     }
     const double value = subject->second / baseline->second;
     std::string goal = "-";
-    if (ratio.goal > 0) goal = (value <= ratio.goal ? "<= " : "MISSED ") + std::to_string(ratio.goal).substr(0, 4);
+    if (ratio.goal > 0)
+      goal = (value <= ratio.goal ? "<= " : "MISSED ") + std::to_string(ratio.goal).substr(0, 4);
     std::printf("%-58s %-44s %9.2fx %8s\n", ratio.subject.c_str(), ratio.baseline.c_str(), value,
                 goal.c_str());
   }

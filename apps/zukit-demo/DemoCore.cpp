@@ -72,7 +72,8 @@ void showLogger(DemoContext& /*context*/) {
   say("its first lines:");
   std::ifstream file(path);
   std::string line;
-  for (int shown = 0; shown < 12 && std::getline(file, line); ++shown) say("  | " + line);
+  for (int shown = 0; shown < 12 && std::getline(file, line); ++shown)
+    say("  | " + line);
 }
 
 const DemoRegistration kConstants(10, "Exported constants", &showConstants);

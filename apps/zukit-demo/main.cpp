@@ -75,12 +75,14 @@ int main(int argc, char** argv) {
     if (fresh) fs::remove_all(sandbox, ignored);
     fs::create_directories(sandbox, ignored);
     // Before any library call: every path the library uses derives from these.
-    setenv("HOME", sandbox.c_str(), 1);                                // NOLINT(concurrency-mt-unsafe)
-    setenv("XDG_CONFIG_HOME", (sandbox + "/.config").c_str(), 1);      // NOLINT(concurrency-mt-unsafe)
-    setenv("XDG_DATA_HOME", (sandbox + "/.local/share").c_str(), 1);   // NOLINT(concurrency-mt-unsafe)
-    setenv("XDG_CACHE_HOME", (sandbox + "/.cache").c_str(), 1);        // NOLINT(concurrency-mt-unsafe)
+    setenv("HOME", sandbox.c_str(), 1);                            // NOLINT(concurrency-mt-unsafe)
+    setenv("XDG_CONFIG_HOME", (sandbox + "/.config").c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+    setenv("XDG_DATA_HOME", (sandbox + "/.local/share").c_str(),
+           1);                                                   // NOLINT(concurrency-mt-unsafe)
+    setenv("XDG_CACHE_HOME", (sandbox + "/.cache").c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
   }
-  zukit::demo::DemoContext context{realHome ? std::string(std::getenv("HOME")) : sandbox};  // NOLINT
+  zukit::demo::DemoContext context{realHome ? std::string(std::getenv("HOME"))
+                                            : sandbox};  // NOLINT
   zukit::demo::say("ZuKit demo: a headless tour of the library");
   zukit::demo::say("home: " + context.sandbox);
   for (const auto& [order, section] : zukit::demo::sections()) {

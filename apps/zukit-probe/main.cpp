@@ -35,7 +35,9 @@ void printLine(const std::string& text) {
   std::fflush(stdout);
 }
 
-void flushLog() { zu::dispatch_sync(zu_log_get_dispatch_serial_queue(), [] {}); }
+void flushLog() {
+  zu::dispatch_sync(zu_log_get_dispatch_serial_queue(), [] {});
+}
 
 }  // namespace zukit::probe
 

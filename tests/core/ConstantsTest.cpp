@@ -1,8 +1,9 @@
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "zukit/core/ZuConstants.h"
 

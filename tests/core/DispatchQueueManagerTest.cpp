@@ -1,9 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/MainLoop.h"
 #include "tests/support/Probe.h"
@@ -16,7 +16,9 @@ using namespace std::chrono_literals;
 using zukit::test::pumpMainUntil;
 using zukit::test::waitUntil;
 
-void* tag() { return QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD; }
+void* tag() {
+  return QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD;
+}
 
 TEST(DispatchInMainThread, RunsInlineOnTheMainQueueWhateverAsyncSays) {
   for (const bool async : {true, false}) {
@@ -72,7 +74,8 @@ TEST(DispatchInSerialQueue, ANestedSubmissionRunsInlineAheadOfQueuedBlocks) {
     outerStarted = true;
     order.emplace_back("outer-start");
     // Wait until a block from outside is queued behind this one.
-    while (!queuedSubmitted.load()) std::this_thread::yield();
+    while (!queuedSubmitted.load())
+      std::this_thread::yield();
     ZuDispatchQueueManager::dispatchInSerialQueue(tag(), [&] { order.emplace_back("nested"); });
     order.emplace_back("outer-end");
   });

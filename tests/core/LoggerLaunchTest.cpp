@@ -2,8 +2,6 @@
 // test's temporary home. These tests never log in-process, so the only log files are the
 // probes' and the ones a test plants.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
@@ -11,6 +9,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/Probe.h"
 #include "tests/support/StderrCapture.h"
@@ -24,7 +24,9 @@ namespace fs = std::filesystem;
 using zukit::test::readFile;
 using zukit::test::runProbe;
 
-std::string logDirectory() { return zukit::test::TestHome::current() + "/Documents/Zu_Log"; }
+std::string logDirectory() {
+  return zukit::test::TestHome::current() + "/Documents/Zu_Log";
+}
 
 void plant(const std::string& relativePath) {
   const fs::path path = fs::path(logDirectory()) / relativePath;
@@ -44,7 +46,8 @@ std::vector<std::string> entries() {
 }
 
 std::string trimmed(std::string text) {
-  while (!text.empty() && text.back() == '\n') text.pop_back();
+  while (!text.empty() && text.back() == '\n')
+    text.pop_back();
   return text;
 }
 
@@ -55,12 +58,12 @@ TEST(LoggerLaunch, WritesTheHeaderFirstWithMachineSystemAndAppVersion) {
 <key>CFBundleIdentifier</key><string>com.example.host</string>
 <key>CFBundleShortVersionString</key><string>9.8.7</string>
 </dict></plist>)";
-  const auto run = runProbe({"logger", "log", "3", "-", "hello", "path"},
-                            {{"ZUKIT_INFO_PLIST", plist}});
+  const auto run =
+      runProbe({"logger", "log", "3", "-", "hello", "path"}, {{"ZUKIT_INFO_PLIST", plist}});
   ASSERT_EQ(run.exitCode, 0) << run.standardError;
   const std::string file = readFile(trimmed(run.standardOutput));
-  const std::string header = "设备名称:" + zu::uname().machine + "\n手机系统版本:" +
-                             zu::UIDevice::currentDevice()->systemVersion() +
+  const std::string header = "设备名称:" + zu::uname().machine +
+                             "\n手机系统版本:" + zu::UIDevice::currentDevice()->systemVersion() +
                              "\n应用版本号:9.8.7\n\n";
   EXPECT_EQ(file.substr(0, header.size()), header);
   EXPECT_EQ(file.substr(header.size() + 23), "  hello\n");
@@ -101,9 +104,12 @@ TEST(LoggerLaunch, PrunesOnlyTheFirstEntryWithTheExactLogExtension) {
   const std::string created = fs::path(trimmed(run.standardOutput)).filename().string();
   // Four entries end in ".log" (the subdirectory's included, the hidden ".log" not); the first
   // one yielded, the subdirectory's, was removed, and only that one.
-  std::vector<std::string> expected{".log", "UPPER.LOG", "notes.txt",
+  std::vector<std::string> expected{".log",
+                                    "UPPER.LOG",
+                                    "notes.txt",
                                     "zusdk_2020-01-01 00:00:01.log",
-                                    "zusdk_2020-01-01 00:00:02.log", created};
+                                    "zusdk_2020-01-01 00:00:02.log",
+                                    created};
   std::sort(expected.begin(), expected.end());
   EXPECT_EQ(entries(), expected);
   // The next launch again removes only the first of the remaining ones.
@@ -115,8 +121,9 @@ TEST(LoggerLaunch, PrunesOnlyTheFirstEntryWithTheExactLogExtension) {
 }
 
 TEST(LoggerLaunch, PrintsBannersOnTheProbesStandardErrorAsTheSettingAllows) {
-  const auto warn = runProbe({"logger", "config", "4", "log", "5", "-[Probe run]", "an error", "log",
-                              "4", "-[Probe run]", "a warning", "log", "10010", "-", "data"});
+  const auto warn =
+      runProbe({"logger", "config", "4", "log", "5", "-[Probe run]", "an error", "log", "4",
+                "-[Probe run]", "a warning", "log", "10010", "-", "data"});
   ASSERT_EQ(warn.exitCode, 0);
   EXPECT_NE(warn.standardError.find("\n\n******************** [Zu][Warn] ********************\n"
                                     "a warning\n" +
@@ -148,7 +155,8 @@ TEST(LoggerLaunch, LinesLoggedJustBeforeExitReachTheFile) {
 TEST(LoggerLaunch, AFileThatCannotBeOpenedMakesWritesDoNothing) {
   fs::create_directories(zukit::test::TestHome::current() + "/Documents");
   std::ofstream(logDirectory()) << "a file where the log directory should be";
-  const auto run = runProbe({"logger", "config", "3", "log", "3", "-[P q]", "still printed", "path"});
+  const auto run =
+      runProbe({"logger", "config", "3", "log", "3", "-[P q]", "still printed", "path"});
   EXPECT_EQ(run.exitCode, 0) << run.standardError;
   EXPECT_NE(run.standardError.find("still printed"), std::string::npos);
   EXPECT_EQ(readFile(logDirectory()), "a file where the log directory should be");

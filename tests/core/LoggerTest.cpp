@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <map>
 #include <regex>
@@ -7,6 +5,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/StderrCapture.h"
 #include "zukit/core/ZuLogger.h"
@@ -39,8 +39,8 @@ std::string errorBanner(const std::string& function, const std::string& message)
 TEST(ZuLogger, NamesEachLevel) {
   const auto logger = ZuLogger::getInstance();
   const std::map<zu::NSInteger, std::string> expected{
-      {0, "Debug"},   {1, "Unknown"}, {2, "Unknown"}, {3, "Log"},         {4, "Warn"},
-      {5, "Error"},   {10010, "Data"}, {6, "Unknown"}, {-1, "Unknown"}, {10011, "Unknown"}};
+      {0, "Debug"}, {1, "Unknown"},  {2, "Unknown"}, {3, "Log"},      {4, "Warn"},
+      {5, "Error"}, {10010, "Data"}, {6, "Unknown"}, {-1, "Unknown"}, {10011, "Unknown"}};
   for (const auto& [level, name] : expected) {
     EXPECT_EQ(logger->descriptionForLevel(level), name) << level;
   }
@@ -152,10 +152,12 @@ TEST(ZuLogger, KeepsEveryLineOfEightThreadsExactlyOnceInEachThreadsOrder) {
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([t] {
-      for (int i = 0; i < kMessages; ++i) ZuLogger::log(3, "-[Load run]", "load %d %d", t, i);
+      for (int i = 0; i < kMessages; ++i)
+        ZuLogger::log(3, "-[Load run]", "load %d %d", t, i);
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads)
+    thread.join();
   std::istringstream file(flushedLog());
   std::vector<int> next(kThreads, 0);
   int lines = 0;
@@ -171,7 +173,8 @@ TEST(ZuLogger, KeepsEveryLineOfEightThreadsExactlyOnceInEachThreadsOrder) {
     ++lines;
   }
   EXPECT_EQ(lines, kThreads * kMessages);
-  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(next[static_cast<std::size_t>(t)], kMessages);
+  for (int t = 0; t < kThreads; ++t)
+    EXPECT_EQ(next[static_cast<std::size_t>(t)], kMessages);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
 #include <mutex>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/MainLoop.h"
 #include "tests/support/StderrCapture.h"
@@ -203,7 +203,8 @@ TEST(DispatchOnce, RunsExactlyOnceAmongRacingCallers) {
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&runs] { zu::dispatch_once(&token, [&runs] { runs.fetch_add(1); }); });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads)
+    thread.join();
   EXPECT_EQ(runs.load(), 1);
 }
 
@@ -221,7 +222,8 @@ TEST(DispatchPool, GrowsWhileEveryWorkerIsBlocked) {
   EXPECT_TRUE(waitUntil([&] { return laterRan.load(); }))
       << "work submitted while every worker waits still runs";
   EXPECT_GT(zu::DispatchPool::shared().threadCount(), before);
-  for (std::size_t i = 0; i < blockers; ++i) gate->signal();
+  for (std::size_t i = 0; i < blockers; ++i)
+    gate->signal();
 }
 
 TEST(DispatchQueue, AnExceptionEscapingABlockIsReportedAndTheQueueGoesOn) {

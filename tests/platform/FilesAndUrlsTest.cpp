@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/StderrCapture.h"
 #include "tests/support/TestHome.h"
@@ -96,12 +96,12 @@ TEST(NSFileManager, MovesWithoutReplacingAndWalksDirectoriesInAStableOrder) {
 
 TEST(NSSearchPath, PutsDocumentsUnderTheHomeDirectory) {
   const std::string home = zukit::test::TestHome::current();
-  EXPECT_EQ(zu::NSSearchPathForDirectoriesInDomains(zu::NSDocumentDirectory, zu::NSUserDomainMask,
-                                                    true),
-            std::vector<std::string>{home + "/Documents"});
-  EXPECT_EQ(zu::NSSearchPathForDirectoriesInDomains(zu::NSDocumentDirectory, zu::NSUserDomainMask,
-                                                    false),
-            std::vector<std::string>{"~/Documents"});
+  EXPECT_EQ(
+      zu::NSSearchPathForDirectoriesInDomains(zu::NSDocumentDirectory, zu::NSUserDomainMask, true),
+      std::vector<std::string>{home + "/Documents"});
+  EXPECT_EQ(
+      zu::NSSearchPathForDirectoriesInDomains(zu::NSDocumentDirectory, zu::NSUserDomainMask, false),
+      std::vector<std::string>{"~/Documents"});
   EXPECT_TRUE(zu::NSSearchPathForDirectoriesInDomains(zu::NSDocumentDirectory, 2, true).empty());
 }
 

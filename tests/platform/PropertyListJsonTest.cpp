@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "zukit/platform/foundation/NSJSONSerialization.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
@@ -9,26 +9,28 @@ namespace {
 
 using zu::Value;
 
-zu::Data bytes(const std::string& text) { return zu::Data(text.begin(), text.end()); }
+zu::Data bytes(const std::string& text) {
+  return zu::Data(text.begin(), text.end());
+}
 std::string text(const std::optional<zu::Data>& data) {
   return data ? std::string(data->begin(), data->end()) : "<none>";
 }
 
 Value sample() {
-  return Value(zu::Dictionary{
-      {"text", "日本 & <tags>"},
-      {"negative", -3},
-      {"big", static_cast<std::int64_t>(1) << 40},
-      {"real", 2.5},
-      {"flag", true},
-      {"bytes", zu::Data{0, 1, 255}},
-      {"when", zu::Date::dateWithTimeIntervalSince1970(1591020207)},
-      {"list", zu::Array{1, "two", zu::Array{}}},
-      {"nested", zu::Dictionary{{"empty", zu::Dictionary{}}}}});
+  return Value(zu::Dictionary{{"text", "日本 & <tags>"},
+                              {"negative", -3},
+                              {"big", static_cast<std::int64_t>(1) << 40},
+                              {"real", 2.5},
+                              {"flag", true},
+                              {"bytes", zu::Data{0, 1, 255}},
+                              {"when", zu::Date::dateWithTimeIntervalSince1970(1591020207)},
+                              {"list", zu::Array{1, "two", zu::Array{}}},
+                              {"nested", zu::Dictionary{{"empty", zu::Dictionary{}}}}});
 }
 
 TEST(NSPropertyListSerialization, RoundTripsEveryPropertyListTypeInBothFormats) {
-  for (const auto format : {zu::NSPropertyListXMLFormat_v1_0, zu::NSPropertyListBinaryFormat_v1_0}) {
+  for (const auto format :
+       {zu::NSPropertyListXMLFormat_v1_0, zu::NSPropertyListBinaryFormat_v1_0}) {
     const auto data = zu::NSPropertyListSerialization::dataWithPropertyList(sample(), format, 0);
     ASSERT_TRUE(data.has_value());
     zu::NSPropertyListFormat read = zu::NSPropertyListOpenStepFormat;
@@ -61,9 +63,9 @@ TEST(NSPropertyListSerialization, RefusesValuesAndBytesThatAreNotPropertyLists) 
        {std::string(), std::string("garbage"), std::string("bplist00\x01\x02", 10),
         std::string("<plist><dict><key>a</key></plist>"), std::string("\xff\xfe\x00\x01", 4)}) {
     error.reset();
-    EXPECT_TRUE(zu::NSPropertyListSerialization::propertyListWithData(bytes(corrupt), 0, nullptr,
-                                                                      &error)
-                    .isAbsent());
+    EXPECT_TRUE(
+        zu::NSPropertyListSerialization::propertyListWithData(bytes(corrupt), 0, nullptr, &error)
+            .isAbsent());
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->code(), zu::NSPropertyListReadCorruptError);
   }
@@ -76,21 +78,23 @@ TEST(NSJSONSerialization, WritesThePlatformsPrettyDialect) {
                                     {"none", Value::null()},
                                     {"list", zu::Array{true, zu::Array{}}},
                                     {"empty", zu::Dictionary{}}});
-  EXPECT_EQ(text(zu::NSJSONSerialization::dataWithJSONObject(object, zu::NSJSONWritingPrettyPrinted)),
-            "{\n"
-            "  \"name\" : \"a\\/b \\\"q\\\"\\n\",\n"
-            "  \"count\" : 2,\n"
-            "  \"ratio\" : 0.5,\n"
-            "  \"none\" : null,\n"
-            "  \"list\" : [\n"
-            "    true,\n"
-            "    [\n\n    ]\n"
-            "  ],\n"
-            "  \"empty\" : {\n\n  }\n"
-            "}");
-  EXPECT_EQ(text(zu::NSJSONSerialization::dataWithJSONObject(
-                object, zu::NSJSONWritingSortedKeys | zu::NSJSONWritingWithoutEscapingSlashes)),
-            R"({"count":2,"empty":{},"list":[true,[]],"name":"a/b \"q\"\n","none":null,"ratio":0.5})");
+  EXPECT_EQ(
+      text(zu::NSJSONSerialization::dataWithJSONObject(object, zu::NSJSONWritingPrettyPrinted)),
+      "{\n"
+      "  \"name\" : \"a\\/b \\\"q\\\"\\n\",\n"
+      "  \"count\" : 2,\n"
+      "  \"ratio\" : 0.5,\n"
+      "  \"none\" : null,\n"
+      "  \"list\" : [\n"
+      "    true,\n"
+      "    [\n\n    ]\n"
+      "  ],\n"
+      "  \"empty\" : {\n\n  }\n"
+      "}");
+  EXPECT_EQ(
+      text(zu::NSJSONSerialization::dataWithJSONObject(
+          object, zu::NSJSONWritingSortedKeys | zu::NSJSONWritingWithoutEscapingSlashes)),
+      R"({"count":2,"empty":{},"list":[true,[]],"name":"a/b \"q\"\n","none":null,"ratio":0.5})");
 }
 
 TEST(NSJSONSerialization, RefusesWhatJsonCannotHoldAndReadsDocumentsInOrder) {

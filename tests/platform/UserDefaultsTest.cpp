@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/Probe.h"
 #include "tests/support/StderrCapture.h"
@@ -22,7 +22,8 @@ TEST(NSUserDefaults, KeepsValuesInAPropertyListFileWrittenOnSynchronize) {
   defaults->setObject(Value(zu::Array{"a", "b"}), "strings");
   defaults->setObject(Value(zu::Data{1, 2, 3}), "blob");
   defaults->setInteger(-7, "number");
-  EXPECT_FALSE(std::filesystem::exists(defaults->path())) << "nothing is written before synchronize";
+  EXPECT_FALSE(std::filesystem::exists(defaults->path()))
+      << "nothing is written before synchronize";
   ASSERT_TRUE(defaults->synchronize());
   const std::string file = zukit::test::readFile(defaults->path());
   EXPECT_NE(file.find("<key>strings</key>"), std::string::npos);
@@ -52,8 +53,8 @@ TEST(NSUserDefaults, RefusesValuesThatAreNotPropertyListsAndNamesThatCannotBeDom
   EXPECT_NE(capture.text().find("Attempt to set a non-property-list object <null> as a preferences "
                                 "value for key null"),
             std::string::npos);
-  for (const Value& name : {Value("a/b"), Value(".hidden"), Value("NSGlobalDomain"),
-                            Value(std::string(300, 'x'))}) {
+  for (const Value& name :
+       {Value("a/b"), Value(".hidden"), Value("NSGlobalDomain"), Value(std::string(300, 'x'))}) {
     EXPECT_EQ(NSUserDefaults::initWithSuiteName(name), nullptr) << name.description();
   }
   for (const Value& name : {Value(), Value::null(), Value("")}) {
@@ -99,7 +100,8 @@ TEST(NSUserDefaults, TwoProcessesWritingAtOnceLoseNothing) {
           runProbe({"defaults", "count", "race.suite", "40", i == 0 ? "left" : "right"}).exitCode;
     });
   }
-  for (std::thread& run : runs) run.join();
+  for (std::thread& run : runs)
+    run.join();
   EXPECT_EQ(codes, (std::vector<int>{0, 0}));
   const auto defaults = NSUserDefaults::initWithSuiteName(Value("race.suite"));
   ASSERT_TRUE(defaults->synchronize());

@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <limits>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/NSError.h"
@@ -72,7 +72,8 @@ TEST(Format, PrintsPrintfConversionsAndValuesByDescription) {
   const Value number(42);
   EXPECT_EQ(zu::format("%@|%@|%@|%@", "text", null, absent, number), "text|<null>|(null)|42");
   EXPECT_EQ(zu::format("%d %ld %u %x %X %o %c", -1, 7L, 3U, 255, 255, 8, 'z'), "-1 7 3 ff FF 10 z");
-  EXPECT_EQ(zu::format("%5.2f|%-4d|%04d|%e", 3.14159, 7, 42, 1000.0), " 3.14|7   |0042|1.000000e+03");
+  EXPECT_EQ(zu::format("%5.2f|%-4d|%04d|%e", 3.14159, 7, 42, 1000.0),
+            " 3.14|7   |0042|1.000000e+03");
   EXPECT_EQ(zu::format("%s|%.2s|%5s", "abc", "abc", "ab"), "abc|ab|   ab");
   EXPECT_EQ(zu::format("100%% %@", "sure"), "100% sure");
   EXPECT_EQ(zu::format("%2$@ %1$@", "world", "hello"), "hello world");

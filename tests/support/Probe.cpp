@@ -23,22 +23,27 @@ std::vector<std::string> mergedEnvironment(const std::map<std::string, std::stri
     const std::size_t equals = text.find('=');
     if (equals != std::string::npos) variables[text.substr(0, equals)] = text.substr(equals + 1);
   }
-  for (const auto& [name, value] : overrides) variables[name] = value;
+  for (const auto& [name, value] : overrides)
+    variables[name] = value;
   std::vector<std::string> list;
-  for (const auto& [name, value] : variables) list.push_back(name + "=" + value);
+  for (const auto& [name, value] : variables)
+    list.push_back(name + "=" + value);
   return list;
 }
 
 std::vector<char*> pointers(std::vector<std::string>& strings) {
   std::vector<char*> list;
-  for (std::string& text : strings) list.push_back(text.data());
+  for (std::string& text : strings)
+    list.push_back(text.data());
   list.push_back(nullptr);
   return list;
 }
 
 }  // namespace
 
-std::string probePath() { return ZUKIT_PROBE_PATH; }
+std::string probePath() {
+  return ZUKIT_PROBE_PATH;
+}
 
 ProbeResult runProbe(const std::vector<std::string>& arguments,
                      const std::map<std::string, std::string>& environment,

@@ -27,7 +27,9 @@ StderrCapture::~StderrCapture() {
   }
 }
 
-std::string StderrCapture::text() const { return readFile(_path); }
+std::string StderrCapture::text() const {
+  return readFile(_path);
+}
 
 std::string readFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);

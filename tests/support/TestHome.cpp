@@ -24,10 +24,10 @@ TestHome::TestHome() {
   if (mkdtemp(buffer.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
   _path = buffer.data();
   // Set before any library call reads them; the test process is still single-threaded here.
-  setenv("HOME", _path.c_str(), 1);                                 // NOLINT(concurrency-mt-unsafe)
-  setenv("XDG_CONFIG_HOME", (_path + "/.config").c_str(), 1);       // NOLINT(concurrency-mt-unsafe)
-  setenv("XDG_DATA_HOME", (_path + "/.local/share").c_str(), 1);    // NOLINT(concurrency-mt-unsafe)
-  setenv("XDG_CACHE_HOME", (_path + "/.cache").c_str(), 1);         // NOLINT(concurrency-mt-unsafe)
+  setenv("HOME", _path.c_str(), 1);                               // NOLINT(concurrency-mt-unsafe)
+  setenv("XDG_CONFIG_HOME", (_path + "/.config").c_str(), 1);     // NOLINT(concurrency-mt-unsafe)
+  setenv("XDG_DATA_HOME", (_path + "/.local/share").c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+  setenv("XDG_CACHE_HOME", (_path + "/.cache").c_str(), 1);       // NOLINT(concurrency-mt-unsafe)
   currentHome() = _path;
 }
 
@@ -37,6 +37,8 @@ TestHome::~TestHome() {
   std::filesystem::remove_all(_path, ignored);
 }
 
-const std::string& TestHome::current() { return currentHome(); }
+const std::string& TestHome::current() {
+  return currentHome();
+}
 
 }  // namespace zukit::test

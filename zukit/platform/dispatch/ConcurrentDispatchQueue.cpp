@@ -10,6 +10,8 @@ void ConcurrentDispatchQueue::async(dispatch_block_t block) {
   _executor.post([self = std::move(self), block = std::move(block)] { self->runBlock(block); });
 }
 
-void ConcurrentDispatchQueue::sync(dispatch_block_t block) { runBlock(block); }
+void ConcurrentDispatchQueue::sync(dispatch_block_t block) {
+  runBlock(block);
+}
 
 }  // namespace zu

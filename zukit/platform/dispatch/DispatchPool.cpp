@@ -40,12 +40,15 @@ DispatchPool& DispatchPool::shared() {
 
 DispatchPool::DispatchPool() : _state(std::make_unique<State>()) {
   const std::size_t initial = std::max<std::size_t>(4, std::thread::hardware_concurrency());
-  for (std::size_t i = 0; i < initial; ++i) startWorker();
+  for (std::size_t i = 0; i < initial; ++i)
+    startWorker();
 }
 
 DispatchPool::~DispatchPool() = default;
 
-std::size_t DispatchPool::threadCount() const { return _state->threads.load(); }
+std::size_t DispatchPool::threadCount() const {
+  return _state->threads.load();
+}
 
 void DispatchPool::startWorker() {
   MutexLock lock(_state->mutex);

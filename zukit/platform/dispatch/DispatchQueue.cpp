@@ -35,7 +35,8 @@ DispatchQueue::~DispatchQueue() {
   std::vector<Specific> destroyed;
   {
     MutexLock lock(_specificsMutex);
-    for (const auto& entry : _specifics) destroyed.push_back(entry.second);
+    for (const auto& entry : _specifics)
+      destroyed.push_back(entry.second);
   }
   for (const Specific& specific : destroyed) {
     if (specific.destructor != nullptr) specific.destructor(specific.context);

@@ -15,7 +15,9 @@ namespace {
 
 constexpr std::uint64_t kMinimumInterval = NSEC_PER_MSEC;
 
-std::uint64_t nowNanoseconds() { return dispatch_time(DISPATCH_TIME_NOW, 0); }
+std::uint64_t nowNanoseconds() {
+  return dispatch_time(DISPATCH_TIME_NOW, 0);
+}
 
 }  // namespace
 
@@ -164,8 +166,7 @@ void dispatch_source_set_event_handler(const dispatch_source_t& source, dispatch
   if (source) source->setEventHandler(std::move(handler));
 }
 
-void dispatch_source_set_cancel_handler(const dispatch_source_t& source,
-                                        dispatch_block_t handler) {
+void dispatch_source_set_cancel_handler(const dispatch_source_t& source, dispatch_block_t handler) {
   if (source) source->setCancelHandler(std::move(handler));
 }
 

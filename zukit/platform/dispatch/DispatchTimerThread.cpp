@@ -32,7 +32,9 @@ DispatchTimerThread::DispatchTimerThread() : _state(std::make_unique<State>()) {
 
 DispatchTimerThread::~DispatchTimerThread() = default;
 
-asio::io_context& DispatchTimerThread::context() { return _state->context; }
+asio::io_context& DispatchTimerThread::context() {
+  return _state->context;
+}
 
 void DispatchTimerThread::runAt(std::chrono::steady_clock::time_point deadline,
                                 std::function<void()> job) {

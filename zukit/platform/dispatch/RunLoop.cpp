@@ -32,7 +32,9 @@ RunLoop::RunLoop(Passkey /*unused*/) : _state(std::make_unique<State>()) {}
 
 RunLoop::~RunLoop() = default;
 
-bool RunLoop::isMainThread() { return syscall(SYS_gettid) == getpid(); }
+bool RunLoop::isMainThread() {
+  return syscall(SYS_gettid) == getpid();
+}
 
 RunLoop& RunLoop::main() {
   static NoDestructor<RunLoop> mainLoop{Passkey()};
@@ -89,8 +91,12 @@ void RunLoop::stop() {
   _state->context.stop();
 }
 
-void RunLoop::post(std::function<void()> job) { asio::post(_state->context, std::move(job)); }
+void RunLoop::post(std::function<void()> job) {
+  asio::post(_state->context, std::move(job));
+}
 
-asio::io_context& RunLoop::context() { return _state->context; }
+asio::io_context& RunLoop::context() {
+  return _state->context;
+}
 
 }  // namespace zu

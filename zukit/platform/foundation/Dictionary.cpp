@@ -14,7 +14,8 @@ Dictionary& Dictionary::operator=(Dictionary&& other) noexcept = default;
 Dictionary::~Dictionary() = default;
 
 Dictionary::Dictionary(std::initializer_list<Entry> entries) {
-  for (const Entry& entry : entries) setObject(entry.second, entry.first);
+  for (const Entry& entry : entries)
+    setObject(entry.second, entry.first);
 }
 
 const Value* Dictionary::find(std::string_view key) const {
@@ -63,13 +64,18 @@ void Dictionary::removeAllObjects() {
 std::vector<std::string> Dictionary::allKeys() const {
   std::vector<std::string> keys;
   keys.reserve(_entries.size());
-  for (const Entry& entry : _entries) keys.push_back(entry.first);
+  for (const Entry& entry : _entries)
+    keys.push_back(entry.first);
   return keys;
 }
 
-Dictionary::const_iterator Dictionary::begin() const { return _entries.begin(); }
+Dictionary::const_iterator Dictionary::begin() const {
+  return _entries.begin();
+}
 
-Dictionary::const_iterator Dictionary::end() const { return _entries.end(); }
+Dictionary::const_iterator Dictionary::end() const {
+  return _entries.end();
+}
 
 bool Dictionary::operator==(const Dictionary& other) const {
   if (size() != other.size()) return false;
@@ -80,7 +86,8 @@ bool Dictionary::operator==(const Dictionary& other) const {
 }
 
 void Dictionary::reindexFrom(std::size_t position) {
-  for (std::size_t i = position; i < _entries.size(); ++i) _index[_entries[i].first] = i;
+  for (std::size_t i = position; i < _entries.size(); ++i)
+    _index[_entries[i].first] = i;
 }
 
 }  // namespace zu

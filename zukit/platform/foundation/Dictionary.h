@@ -58,7 +58,9 @@ class Dictionary {
  private:
   struct KeyHash {
     using is_transparent = void;
-    std::size_t operator()(std::string_view key) const { return std::hash<std::string_view>{}(key); }
+    std::size_t operator()(std::string_view key) const {
+      return std::hash<std::string_view>{}(key);
+    }
   };
   void reindexFrom(std::size_t position);
 

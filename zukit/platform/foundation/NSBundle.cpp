@@ -32,9 +32,9 @@ Dictionary defaultInfo(const std::string& executableName) {
 std::shared_ptr<NSBundle> NSBundle::mainBundle() {
   static NoDestructor<std::shared_ptr<NSBundle>> bundle([] {
     const std::string executable = zu::executablePath();
-    const std::string infoPath = environmentValue("ZUKIT_INFO_PLIST")
-                                     .value_or(std::filesystem::path(executable).parent_path() /
-                                               "Info.plist");
+    const std::string infoPath =
+        environmentValue("ZUKIT_INFO_PLIST")
+            .value_or(std::filesystem::path(executable).parent_path() / "Info.plist");
     return std::make_shared<NSBundle>(executable, infoPath);
   }());
   return *bundle;

@@ -19,7 +19,9 @@ std::shared_ptr<NSFileHandle> NSFileHandle::fileHandleForReadingAtPath(const std
 
 NSFileHandle::NSFileHandle(int fileDescriptor) : _fd(fileDescriptor) {}
 
-NSFileHandle::~NSFileHandle() { closeFile(); }
+NSFileHandle::~NSFileHandle() {
+  closeFile();
+}
 
 bool NSFileHandle::writeData(std::string_view bytes) {
   if (_fd < 0) return false;

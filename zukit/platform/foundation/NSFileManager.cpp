@@ -43,8 +43,8 @@ int copyRegularFile(const std::string& source, const std::string& destination) {
     ::close(in);
     return EISDIR;
   }
-  const int out = ::open(destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                         status.st_mode & 07777);
+  const int out =
+      ::open(destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, status.st_mode & 07777);
   if (out < 0) {
     const int saved = errno;
     ::close(in);
@@ -186,8 +186,7 @@ bool NSFileManager::removeItemAtPath(const std::string& path, NSErrorOut error) 
 bool NSFileManager::moveItemAtPath(const std::string& source, const std::string& destination,
                                    NSErrorOut error) const {
   if (source.empty() || destination.empty()) return fail(error, ENOENT, source);
-  if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) ==
-      0) {
+  if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0) {
     return true;
   }
   const int renameError = errno;

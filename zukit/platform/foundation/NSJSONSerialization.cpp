@@ -1,10 +1,10 @@
 #include "zukit/platform/foundation/NSJSONSerialization.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+
+#include <nlohmann/json.hpp>
 
 #include "zukit/platform/foundation/Unicode.h"
 
@@ -159,7 +159,8 @@ class Writer {
 
   void writeDictionary(const Dictionary& dictionary, int level) {
     std::vector<const Dictionary::Entry*> entries;
-    for (const auto& entry : dictionary) entries.push_back(&entry);
+    for (const auto& entry : dictionary)
+      entries.push_back(&entry);
     if (_sorted) {
       std::sort(entries.begin(), entries.end(),
                 [](const auto* a, const auto* b) { return a->first < b->first; });
@@ -208,12 +209,14 @@ Value fromJSON(const nlohmann::ordered_json& json) {
     case nlohmann::ordered_json::value_t::array: {
       Array array;
       array.reserve(json.size());
-      for (const auto& element : json) array.push_back(fromJSON(element));
+      for (const auto& element : json)
+        array.push_back(fromJSON(element));
       return Value(std::move(array));
     }
     case nlohmann::ordered_json::value_t::object: {
       Dictionary dictionary;
-      for (const auto& [key, element] : json.items()) dictionary.setObject(fromJSON(element), key);
+      for (const auto& [key, element] : json.items())
+        dictionary.setObject(fromJSON(element), key);
       return Value(std::move(dictionary));
     }
     default:

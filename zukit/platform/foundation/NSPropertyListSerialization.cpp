@@ -1,11 +1,11 @@
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
 
-#include <plist/plist.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <memory>
+
+#include <plist/plist.h>
 
 namespace zu {
 
@@ -98,7 +98,8 @@ Value fromPlist(plist_t node, int depth, bool& ok) {
       char* bytes = nullptr;
       std::uint64_t length = 0;
       plist_get_data_val(node, &bytes, &length);
-      Data data(reinterpret_cast<std::uint8_t*>(bytes), reinterpret_cast<std::uint8_t*>(bytes) + length);
+      Data data(reinterpret_cast<std::uint8_t*>(bytes),
+                reinterpret_cast<std::uint8_t*>(bytes) + length);
       std::free(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
       return Value(std::move(data));
     }
@@ -187,7 +188,8 @@ std::optional<Data> NSPropertyListSerialization::dataWithPropertyList(const Valu
     setError(error, NSPropertyListWriteInvalidError, "The property list could not be written");
     return std::nullopt;
   }
-  Data data(reinterpret_cast<std::uint8_t*>(bytes), reinterpret_cast<std::uint8_t*>(bytes) + length);
+  Data data(reinterpret_cast<std::uint8_t*>(bytes),
+            reinterpret_cast<std::uint8_t*>(bytes) + length);
   if (format == NSPropertyListXMLFormat_v1_0) {
     plist_to_xml_free(bytes);
   } else {
@@ -200,7 +202,8 @@ Value NSPropertyListSerialization::propertyListWithData(const Data& data, unsign
                                                         NSPropertyListFormat* format,
                                                         NSErrorOut error) {
   if (data.empty() || data.size() > std::numeric_limits<std::uint32_t>::max()) {
-    setError(error, NSPropertyListReadCorruptError, "The data couldn’t be read because it is empty.");
+    setError(error, NSPropertyListReadCorruptError,
+             "The data couldn’t be read because it is empty.");
     return {};
   }
   const auto* bytes = reinterpret_cast<const char*>(data.data());
@@ -220,7 +223,8 @@ Value NSPropertyListSerialization::propertyListWithData(const Data& data, unsign
              "The data couldn’t be read because it isn’t in the correct format.");
     return {};
   }
-  if (format != nullptr) *format = binary ? NSPropertyListBinaryFormat_v1_0 : NSPropertyListXMLFormat_v1_0;
+  if (format != nullptr)
+    *format = binary ? NSPropertyListBinaryFormat_v1_0 : NSPropertyListXMLFormat_v1_0;
   return value;
 }
 

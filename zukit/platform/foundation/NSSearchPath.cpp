@@ -5,8 +5,8 @@
 namespace zu {
 
 std::vector<std::string> NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
-                                                            unsigned long domainMask,
-                                                            bool expandTilde) {
+                                                             unsigned long domainMask,
+                                                             bool expandTilde) {
   if ((domainMask & NSUserDomainMask) == 0) return {};
   std::string path;
   switch (directory) {
@@ -31,8 +31,12 @@ std::vector<std::string> NSSearchPathForDirectoriesInDomains(NSSearchPathDirecto
   return {path};
 }
 
-std::string NSHomeDirectory() { return homeDirectory(); }
+std::string NSHomeDirectory() {
+  return homeDirectory();
+}
 
-std::string NSTemporaryDirectory() { return temporaryDirectory(); }
+std::string NSTemporaryDirectory() {
+  return temporaryDirectory();
+}
 
 }  // namespace zu

@@ -22,8 +22,8 @@ enum NSSearchPathDomainMask : unsigned long {
 // Support are $XDG_DATA_HOME, Caches is $XDG_CACHE_HOME. With `expandTilde` false a path under
 // the home directory starts with "~". Empty for other domains or kinds.
 std::vector<std::string> NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
-                                                            unsigned long domainMask,
-                                                            bool expandTilde);
+                                                             unsigned long domainMask,
+                                                             bool expandTilde);
 
 // The user's home directory.
 std::string NSHomeDirectory();

@@ -12,7 +12,9 @@ namespace {
 
 constexpr const char* kPathAllowed = "-._~!$&'()*+,;=:@/";
 
-bool isHex(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
+bool isHex(char c) {
+  return std::isxdigit(static_cast<unsigned char>(c)) != 0;
+}
 
 // Characters that may stand unescaped somewhere in a URL reference.
 bool isUrlCharacter(char c) {
@@ -96,7 +98,8 @@ bool NSURL::parse() {
   // Scheme: a letter, then letters, digits, "+", "-", "." up to ":", before any "/?#".
   const std::size_t colon = text.find(':');
   const std::size_t delimiter = text.find_first_of("/?#");
-  if (colon != std::string::npos && colon > 0 && (delimiter == std::string::npos || colon < delimiter) &&
+  if (colon != std::string::npos && colon > 0 &&
+      (delimiter == std::string::npos || colon < delimiter) &&
       std::isalpha(static_cast<unsigned char>(text[0]))) {
     bool schemeValid = true;
     for (std::size_t k = 1; k < colon; ++k) {
@@ -107,7 +110,8 @@ bool NSURL::parse() {
     }
     if (schemeValid) {
       _scheme = text.substr(0, colon);
-      for (char& c : _scheme) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+      for (char& c : _scheme)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
       i = colon + 1;
     }
   }
@@ -159,7 +163,9 @@ bool NSURL::parse() {
   return true;
 }
 
-std::string NSURL::path() const { return percentDecode(_path); }
+std::string NSURL::path() const {
+  return percentDecode(_path);
+}
 
 std::shared_ptr<NSURL> NSURL::URLByAppendingPathComponent(const std::string& component) const {
   std::string text = _scheme.empty() ? "" : _scheme + ":";
@@ -181,6 +187,8 @@ bool NSURL::isEqual(const Object& other) const {
   return url != nullptr && url->_text == _text;
 }
 
-std::size_t NSURL::hash() const { return std::hash<std::string>{}(_text); }
+std::size_t NSURL::hash() const {
+  return std::hash<std::string>{}(_text);
+}
 
 }  // namespace zu

@@ -53,7 +53,9 @@ void NSUserDefaults::setObject(const Value& value, const std::string& key) {
   _domain->setObject(value, key);
 }
 
-void NSUserDefaults::removeObjectForKey(const std::string& key) { _domain->setObject({}, key); }
+void NSUserDefaults::removeObjectForKey(const std::string& key) {
+  _domain->setObject({}, key);
+}
 
 NSInteger NSUserDefaults::integerForKey(const std::string& key) const {
   const Value value = objectForKey(key);
@@ -112,6 +114,8 @@ Dictionary NSUserDefaults::dictionaryRepresentation() const {
   return _domain->dictionaryRepresentation();
 }
 
-bool NSUserDefaults::synchronize() { return _domain->synchronize(); }
+bool NSUserDefaults::synchronize() {
+  return _domain->synchronize();
+}
 
 }  // namespace zu

@@ -80,9 +80,9 @@ PreferenceDomain::PreferenceDomain(std::string path) : _path(std::move(path)) {}
 std::optional<PreferenceDomain::FileSignature> PreferenceDomain::signatureLocked() const {
   struct stat status {};
   if (::stat(_path.c_str(), &status) != 0) return std::nullopt;
-  return FileSignature{status.st_dev, status.st_ino, status.st_size,
-                       static_cast<long long>(status.st_mtim.tv_sec) * 1000000000LL +
-                           status.st_mtim.tv_nsec};
+  return FileSignature{
+      status.st_dev, status.st_ino, status.st_size,
+      static_cast<long long>(status.st_mtim.tv_sec) * 1000000000LL + status.st_mtim.tv_nsec};
 }
 
 // The file's dictionary; a missing, unreadable or corrupt file reads as empty.
@@ -137,7 +137,8 @@ bool PreferenceDomain::synchronize() {
   const auto signature = signatureLocked();
   Dictionary merged = signature == _signature ? _values : readFileLocked();
   if (signature != _signature) {
-    for (Change& change : _pending) merged.setObject(change.value, change.key);
+    for (Change& change : _pending)
+      merged.setObject(change.value, change.key);
   }
   const auto bytes = NSPropertyListSerialization::dataWithPropertyList(
       Value(merged), NSPropertyListXMLFormat_v1_0, 0);

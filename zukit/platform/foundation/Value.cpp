@@ -18,7 +18,8 @@ constexpr std::string_view kIndentUnit = "    ";
 
 std::string indent(int level) {
   std::string text;
-  for (int i = 0; i < level; ++i) text += kIndentUnit;
+  for (int i = 0; i < level; ++i)
+    text += kIndentUnit;
   return text;
 }
 
@@ -58,12 +59,11 @@ std::string quotedIfNeeded(const std::string& text) {
 
 std::string describeData(const Data& bytes) {
   static constexpr char kHex[] = "0123456789abcdef";
-  auto hex = [](std::uint8_t byte) {
-    return std::string{kHex[byte >> 4], kHex[byte & 0xF]};
-  };
+  auto hex = [](std::uint8_t byte) { return std::string{kHex[byte >> 4], kHex[byte & 0xF]}; };
   std::string text = "{length = " + std::to_string(bytes.size()) + ", bytes = 0x";
   if (bytes.size() <= 24) {
-    for (std::uint8_t byte : bytes) text += hex(byte);
+    for (std::uint8_t byte : bytes)
+      text += hex(byte);
     return text + "}";
   }
   for (std::size_t i = 0; i < 16; ++i) {
@@ -80,7 +80,8 @@ std::string describeData(const Data& bytes) {
 
 std::int64_t leadingInteger(const std::string& text) {
   std::size_t i = 0;
-  while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i]))) ++i;
+  while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i])))
+    ++i;
   bool negative = false;
   if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
   std::int64_t magnitude = 0;
@@ -204,9 +205,11 @@ bool Value::boolValue() const {
   if (isString()) {
     const std::string& text = std::get<std::string>(_storage);
     std::size_t i = 0;
-    while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i]))) ++i;
+    while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i])))
+      ++i;
     if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
-    while (i < text.size() && text[i] == '0') ++i;
+    while (i < text.size() && text[i] == '0')
+      ++i;
     return i < text.size() && std::string_view("YyTt123456789").find(text[i]) != std::string::npos;
   }
   if (isReal()) return std::get<double>(_storage) != 0.0;
@@ -228,7 +231,9 @@ std::size_t Value::count() const {
   }
 }
 
-std::string Value::description() const { return ValueDescriber::describe(*this, 0, false); }
+std::string Value::description() const {
+  return ValueDescriber::describe(*this, 0, false);
+}
 
 bool Value::operator==(const Value& other) const {
   if (isNumber() && other.isNumber()) {

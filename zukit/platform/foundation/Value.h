@@ -63,8 +63,8 @@ class Value {
   Value(bool value) : _storage(value) {}  // NOLINT(google-explicit-constructor)
   // An integer number.
   template <std::integral T>
-    requires(!std::same_as<T, bool>)
-  Value(T value) : _storage(static_cast<std::int64_t>(value)) {}  // NOLINT(google-explicit-constructor)
+  requires(!std::same_as<T, bool>) Value(T value)
+      : _storage(static_cast<std::int64_t>(value)) {}  // NOLINT(google-explicit-constructor)
   // A real number.
   template <std::floating_point T>
   Value(T value) : _storage(static_cast<double>(value)) {}  // NOLINT(google-explicit-constructor)
@@ -73,7 +73,8 @@ class Value {
   // Text.
   Value(std::string text) : _storage(std::move(text)) {}  // NOLINT(google-explicit-constructor)
   // Text.
-  Value(std::string_view text) : _storage(std::string(text)) {}  // NOLINT(google-explicit-constructor)
+  Value(std::string_view text)
+      : _storage(std::string(text)) {}  // NOLINT(google-explicit-constructor)
   // Bytes.
   Value(Data bytes) : _storage(std::move(bytes)) {}  // NOLINT(google-explicit-constructor)
   // A date.
@@ -85,8 +86,8 @@ class Value {
       : _storage(std::move(dictionary)) {}
   // An object; a null pointer gives an absent value.
   template <class T>
-    requires std::derived_from<T, Object>
-  Value(std::shared_ptr<T> object) {  // NOLINT(google-explicit-constructor)
+  requires std::derived_from<T, Object> Value(
+      std::shared_ptr<T> object) {  // NOLINT(google-explicit-constructor)
     if (object) _storage = std::static_pointer_cast<Object>(std::move(object));
   }
 

@@ -30,10 +30,16 @@ std::string Object::description() const {
   return "<" + className() + ": " + address + ">";
 }
 
-std::string Object::className() const { return demangledName(typeid(*this)); }
+std::string Object::className() const {
+  return demangledName(typeid(*this));
+}
 
-bool Object::isEqual(const Object& other) const { return this == &other; }
+bool Object::isEqual(const Object& other) const {
+  return this == &other;
+}
 
-std::size_t Object::hash() const { return std::hash<const void*>{}(this); }
+std::size_t Object::hash() const {
+  return std::hash<const void*>{}(this);
+}
 
 }  // namespace zu

@@ -43,7 +43,9 @@ Class* NSClassFromString(const Value& name) {
   return text ? objc_getClass(*text) : nullptr;
 }
 
-std::string NSStringFromClass(const Class* cls) { return cls != nullptr ? cls->name() : ""; }
+std::string NSStringFromClass(const Class* cls) {
+  return cls != nullptr ? cls->name() : "";
+}
 
 Class* rootClass() {
   static Class* const root = objc_registerClass("NSObject", nullptr);

@@ -27,9 +27,13 @@ struct CGRect {
 };
 
 // A point from coordinates.
-constexpr CGPoint CGPointMake(CGFloat x, CGFloat y) { return CGPoint{x, y}; }
+constexpr CGPoint CGPointMake(CGFloat x, CGFloat y) {
+  return CGPoint{x, y};
+}
 // A size from a width and a height.
-constexpr CGSize CGSizeMake(CGFloat width, CGFloat height) { return CGSize{width, height}; }
+constexpr CGSize CGSizeMake(CGFloat width, CGFloat height) {
+  return CGSize{width, height};
+}
 // A rectangle from an origin and a size.
 constexpr CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat height) {
   return CGRect{CGPoint{x, y}, CGSize{width, height}};

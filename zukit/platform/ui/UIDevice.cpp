@@ -52,8 +52,12 @@ std::string UIDevice::systemVersion() const {
   return version.empty() ? uname().release : version;
 }
 
-std::string UIDevice::model() const { return uname().machine; }
+std::string UIDevice::model() const {
+  return uname().machine;
+}
 
-std::string UIDevice::name() const { return uname().nodename; }
+std::string UIDevice::name() const {
+  return uname().nodename;
+}
 
 }  // namespace zu
