@@ -124,6 +124,7 @@ BENCHMARK(BM_SpdlogAsyncSustained)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 
 std::vector<std::string> preformattedLines() {
   std::vector<std::string> lines;
+  lines.reserve(kBatch);
   for (int i = 0; i < kBatch; ++i) {
     lines.push_back("2026-11-21 05:49:32.672  message " + std::to_string(i) +
                     " with a value text\n");

@@ -17,7 +17,7 @@ namespace {
 void showConstants(DemoContext& /*context*/) {
   std::string version(reinterpret_cast<const char*>(ZuKitVersionString));
   version.pop_back();
-  sayf("ZuKitVersionNumber %@, ZuKitVersionString \"%@\\n\"", ZuKitVersionNumber, version);
+  sayf(R"(ZuKitVersionNumber %@, ZuKitVersionString "%@\n")", ZuKitVersionNumber, version);
   sayf("ZuErrorDomain %@, ZuDefaultLogDirectoryName %@", ZuErrorDomain, ZuDefaultLogDirectoryName);
   sayf("serial queue label %@", QUEUE_NAME_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD);
 }

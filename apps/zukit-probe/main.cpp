@@ -44,7 +44,7 @@ void flushLog() {
 int main(int argc, char** argv) {
   using zukit::probe::commands;
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.empty() || commands().count(arguments.front()) == 0) {
+  if (arguments.empty() || !commands().contains(arguments.front())) {
     std::fputs("usage: zukit-probe <command> [arguments]\n", stderr);
     for (const auto& [name, entry] : commands()) {
       std::fprintf(stderr, "  %s %s\n", name.c_str(), entry.usage);

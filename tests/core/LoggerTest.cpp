@@ -150,6 +150,7 @@ TEST(ZuLogger, KeepsEveryLineOfEightThreadsExactlyOnceInEachThreadsOrder) {
   constexpr int kThreads = 8;
   constexpr int kMessages = 20000;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([t] {
       for (int i = 0; i < kMessages; ++i)

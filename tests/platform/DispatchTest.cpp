@@ -200,6 +200,7 @@ TEST(DispatchOnce, RunsExactlyOnceAmongRacingCallers) {
   static zu::dispatch_once_t token;
   std::atomic<int> runs{0};
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&runs] { zu::dispatch_once(&token, [&runs] { runs.fetch_add(1); }); });
   }

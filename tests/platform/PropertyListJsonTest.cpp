@@ -10,7 +10,7 @@ namespace {
 using zu::Value;
 
 zu::Data bytes(const std::string& text) {
-  return zu::Data(text.begin(), text.end());
+  return {text.begin(), text.end()};
 }
 std::string text(const std::optional<zu::Data>& data) {
   return data ? std::string(data->begin(), data->end()) : "<none>";

@@ -93,6 +93,7 @@ TEST(NSUserDefaults, AnotherProcessSeesWhatOneSynchronised) {
 
 TEST(NSUserDefaults, TwoProcessesWritingAtOnceLoseNothing) {
   std::vector<std::thread> runs;
+  runs.reserve(2);
   std::vector<int> codes(2, -1);
   for (int i = 0; i < 2; ++i) {
     runs.emplace_back([i, &codes] {

@@ -2,13 +2,13 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 
 extern char** environ;  // NOLINT(readability-redundant-declaration)
 
@@ -26,13 +26,15 @@ std::vector<std::string> mergedEnvironment(const std::map<std::string, std::stri
   for (const auto& [name, value] : overrides)
     variables[name] = value;
   std::vector<std::string> list;
+  list.reserve(variables.size());
   for (const auto& [name, value] : variables)
-    list.push_back(name + "=" + value);
+    list.emplace_back(name + "=").append(value);
   return list;
 }
 
 std::vector<char*> pointers(std::vector<std::string>& strings) {
   std::vector<char*> list;
+  list.reserve(strings.size() + 1);
   for (std::string& text : strings)
     list.push_back(text.data());
   list.push_back(nullptr);

@@ -125,7 +125,8 @@ void ZuLogger::logv(zu::NSInteger level, const char* function, std::string_view 
 void ZuLogger::handleFilesOfDirectory(const std::string& directoryPath) {
   std::vector<std::string> logFiles;
   for (const std::string& relative : _fileManager->enumeratorAtPath(directoryPath)) {
-    if (pathExtension(relative) == "log") logFiles.push_back(directoryPath + "/" + relative);
+    if (pathExtension(relative) == "log")
+      logFiles.emplace_back(directoryPath + "/").append(relative);
   }
   if (logFiles.size() >= 3) _fileManager->removeItemAtPath(logFiles.front());
 }

@@ -28,7 +28,9 @@ struct RunLoop::State {
   std::atomic<bool> stopRequested{false};
 };
 
-RunLoop::RunLoop(Passkey /*unused*/) : _state(std::make_unique<State>()) {}
+RunLoop::RunLoop(Passkey /*unused*/) : _state(std::make_unique<State>()) {
+  _state->owner = std::this_thread::get_id();
+}
 
 RunLoop::~RunLoop() = default;
 
@@ -43,12 +45,8 @@ RunLoop& RunLoop::main() {
 
 RunLoop& RunLoop::current() {
   if (isMainThread()) return main();
-  thread_local std::unique_ptr<RunLoop> loop;
-  if (!loop) {
-    loop = std::make_unique<RunLoop>(Passkey());
-    loop->_state->owner = std::this_thread::get_id();
-  }
-  return *loop;
+  thread_local RunLoop loop{Passkey()};
+  return loop;
 }
 
 bool RunLoop::isCurrent() const {

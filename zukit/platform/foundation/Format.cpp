@@ -282,15 +282,20 @@ class Formatter {
       case 'C':
         pad(spec, std::string(1, static_cast<char>(arg ? arg->asSigned() : 0)), out);
         return;
-      case 'p':
-        printC(
-            out, cSpec(spec, "", 'p'),
-            reinterpret_cast<const void*>(static_cast<std::intptr_t>(arg ? arg->asSigned() : 0)));
+      case 'p': {
+        char digits[24];
+        const auto end =
+            std::to_chars(digits, digits + sizeof digits, arg ? arg->asUnsigned() : 0, 16);
+        pad(spec, "0x" + std::string(digits, end.ptr), out);
         return;
+      }
       case 'd':
       case 'i': {
         long long value = arg ? arg->asSigned() : 0;
-        if (spec.length == "hh") value = static_cast<signed char>(value);
+        if (spec.length == "hh") {
+          // NOLINTNEXTLINE(bugprone-signed-char-misuse): "%hhd" prints a signed char's value
+          value = static_cast<signed char>(value);
+        }
         if (spec.length == "h") value = static_cast<short>(value);
         printC(out, cSpec(spec, "ll", spec.conversion), value);
         return;
@@ -320,7 +325,7 @@ class Formatter {
     }
     const bool decimal = conversion == 'd' || conversion == 'i' || conversion == 'u';
     if (!decimal ||
-        (spec.length != "" && spec.length != "l" && spec.length != "ll" && spec.length != "q" &&
+        (!spec.length.empty() && spec.length != "l" && spec.length != "ll" && spec.length != "q" &&
          spec.length != "z" && spec.length != "j" && spec.length != "t")) {
       return false;
     }

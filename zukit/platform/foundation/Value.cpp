@@ -191,7 +191,7 @@ double Value::doubleValue() const {
     case Kind::Real:
       return std::get<double>(_storage);
     case Kind::String: {
-      const std::string& text = std::get<std::string>(_storage);
+      const auto& text = std::get<std::string>(_storage);
       char* end = nullptr;
       const double parsed = std::strtod(text.c_str(), &end);
       return end == text.c_str() ? 0.0 : parsed;
@@ -203,7 +203,7 @@ double Value::doubleValue() const {
 
 bool Value::boolValue() const {
   if (isString()) {
-    const std::string& text = std::get<std::string>(_storage);
+    const auto& text = std::get<std::string>(_storage);
     std::size_t i = 0;
     while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i])))
       ++i;
