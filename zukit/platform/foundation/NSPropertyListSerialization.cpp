@@ -115,12 +115,18 @@ Value fromPlist(plist_t node, int depth, bool& ok) {
       return Value(Dictionary{{"CF$UID", Value(static_cast<std::int64_t>(uid))}});
     }
     case PLIST_ARRAY: {
+      // Walked with an iterator: indexing libplist's child list is linear per element.
       Array array;
-      const std::uint32_t size = plist_array_get_size(node);
-      array.reserve(size);
-      for (std::uint32_t i = 0; i < size && ok; ++i) {
-        array.push_back(fromPlist(plist_array_get_item(node, i), depth + 1, ok));
+      array.reserve(plist_array_get_size(node));
+      plist_array_iter iterator = nullptr;
+      plist_array_new_iter(node, &iterator);
+      for (;;) {
+        plist_t child = nullptr;
+        plist_array_next_item(node, iterator, &child);
+        if (child == nullptr || !ok) break;
+        array.push_back(fromPlist(child, depth + 1, ok));
       }
+      std::free(iterator);  // NOLINT(cppcoreguidelines-no-malloc): libplist's malloc'd iterator
       return Value(std::move(array));
     }
     case PLIST_DICT: {
