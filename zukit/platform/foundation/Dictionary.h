@@ -31,9 +31,9 @@ class Dictionary {
   ~Dictionary();
 
   // Number of keys.
-  std::size_t size() const { return _entries.size(); }
+  std::size_t size() const;
   // True when there are no keys.
-  bool empty() const { return _entries.empty(); }
+  bool empty() const;
   // The value under `key`, or nullptr.
   const Value* find(std::string_view key) const;
   // The value under `key`, or nullptr.
