@@ -15,10 +15,10 @@ namespace {
 
 constexpr double kArchiveEpochOffset = 978307200.0;
 constexpr int kMaximumDepth = 512;
-// Values that shared references may expand to, at least; guards against archives whose few
-// objects refer to each other twice per level.
-constexpr std::size_t kMinimumValueBudget = std::size_t{1} << 21;
-constexpr std::size_t kBudgetPerObject = 8;
+// Values that an archive may expand to: at least this many, or this many per reference. Guards
+// against archives whose few objects refer to each other twice per level.
+constexpr std::size_t kMinimumValueBudget = std::size_t{1} << 18;
+constexpr std::size_t kBudgetPerReference = 16;
 
 struct PlistDeleter {
   void operator()(plist_t node) const { plist_free(node); }
@@ -32,6 +32,23 @@ std::optional<std::string> stringOf(plist_t node) {
   std::string result = text != nullptr ? std::string(text) : std::string();
   std::free(text);  // NOLINT(cppcoreguidelines-no-malloc): libplist hands out malloc'd text
   return result;
+}
+
+// The elements of an array node, walked once (indexing a libplist array walks it from the
+// start each time).
+std::vector<plist_t> elementsOf(plist_t array) {
+  std::vector<plist_t> elements;
+  plist_array_iter iterator = nullptr;
+  plist_array_new_iter(array, &iterator);
+  if (iterator == nullptr) return elements;
+  for (;;) {
+    plist_t item = nullptr;
+    plist_array_next_item(array, iterator, &item);
+    if (item == nullptr) break;
+    elements.push_back(item);
+  }
+  std::free(iterator);  // NOLINT(cppcoreguidelines-no-malloc): libplist's iterators are malloc'd
+  return elements;
 }
 
 // A reference: a UID node (binary archives) or {"CF$UID": n} (XML archives).
@@ -54,12 +71,15 @@ std::optional<std::uint64_t> uidOf(plist_t node) {
 
 class ArchiveReader {
  public:
-  explicit ArchiveReader(plist_t objects)
-      : _objects(objects),
-        _count(plist_array_get_size(objects)),
+  ArchiveReader(plist_t objects, std::uint64_t root)
+      : _objects(elementsOf(objects)),
+        _count(_objects.size()),
         _state(_count, State::Unvisited),
-        _decoded(_count),
-        _budget(std::max(kMinimumValueBudget, kBudgetPerObject * _count)) {}
+        _references(_count, 0),
+        _shared(_count) {
+    std::size_t total = countReferences(root);
+    _budget = std::max(kMinimumValueBudget, kBudgetPerReference * total);
+  }
 
   // The object with `uid`; none for anything that is not a well-formed reference.
   std::optional<Value> decode(std::uint64_t uid, int depth) {
@@ -68,24 +88,46 @@ class ArchiveReader {
     const auto index = static_cast<std::size_t>(uid);
     if (_state[index] == State::InProgress) return std::nullopt;  // a cycle
     if (_state[index] == State::Done) {
-      if (!spend(_decoded[index].size)) return std::nullopt;
-      return _decoded[index].value;
+      // Only objects referred to more than once are kept for reuse.
+      if (!_shared[index] || !spend(_shared[index]->size)) return std::nullopt;
+      return _shared[index]->value;
     }
     _state[index] = State::InProgress;
     const std::size_t before = _spent;
-    std::optional<Value> value = decodeNode(plist_array_get_item(_objects, index), depth);
+    std::optional<Value> value = decodeNode(_objects[index], depth);
     if (!value || !spend(1)) return std::nullopt;
-    _decoded[index] = Decoded{*value, _spent - before};
+    if (_references[index] > 1) _shared[index] = Shared{*value, _spent - before};
     _state[index] = State::Done;
     return value;
   }
 
  private:
   enum class State : std::uint8_t { Unvisited, InProgress, Done };
-  struct Decoded {
+  // A decoded object that several references share, with the number of values it holds.
+  struct Shared {
     Value value;
     std::size_t size = 0;
   };
+
+  // Counts the references to each object (the root's and those in "NS.objects" and "NS.keys"
+  // lists); returns their total.
+  std::size_t countReferences(std::uint64_t root) {
+    std::size_t total = 1;
+    if (root < _count) ++_references[root];
+    for (plist_t object : _objects) {
+      if (plist_get_node_type(object) != PLIST_DICT) continue;
+      for (const char* list : {"NS.objects", "NS.keys"}) {
+        plist_t references = plist_dict_get_item(object, list);
+        if (references == nullptr || plist_get_node_type(references) != PLIST_ARRAY) continue;
+        for (plist_t reference : elementsOf(references)) {
+          const std::optional<std::uint64_t> uid = uidOf(reference);
+          if (uid && *uid < _count) ++_references[*uid];
+          ++total;
+        }
+      }
+    }
+    return total;
+  }
 
   bool spend(std::size_t values) {
     if (values > _budget - _spent) return false;
@@ -134,7 +176,7 @@ class ArchiveReader {
   std::optional<std::string> classNameOf(plist_t object) const {
     const std::optional<std::uint64_t> classUID = uidOf(plist_dict_get_item(object, "$class"));
     if (!classUID || *classUID == 0 || *classUID >= _count) return std::nullopt;
-    plist_t entry = plist_array_get_item(_objects, static_cast<std::uint32_t>(*classUID));
+    plist_t entry = _objects[static_cast<std::size_t>(*classUID)];
     if (plist_get_node_type(entry) != PLIST_DICT) return std::nullopt;
     return stringOf(plist_dict_get_item(entry, "$classname"));
   }
@@ -175,11 +217,11 @@ class ArchiveReader {
     if (references == nullptr || plist_get_node_type(references) != PLIST_ARRAY) {
       return std::nullopt;
     }
-    const std::uint32_t size = plist_array_get_size(references);
+    const std::vector<plist_t> list = elementsOf(references);
     Array elements;
-    elements.reserve(std::min<std::uint32_t>(size, 4096));
-    for (std::uint32_t i = 0; i < size; ++i) {
-      const std::optional<std::uint64_t> uid = uidOf(plist_array_get_item(references, i));
+    elements.reserve(list.size());
+    for (plist_t reference : list) {
+      const std::optional<std::uint64_t> uid = uidOf(reference);
       if (!uid || *uid == 0) return std::nullopt;
       std::optional<Value> element = decode(*uid, depth + 1);
       if (!element) return std::nullopt;
@@ -202,11 +244,12 @@ class ArchiveReader {
     return Value(std::move(dictionary));
   }
 
-  plist_t _objects;
+  std::vector<plist_t> _objects;
   std::size_t _count;
   std::vector<State> _state;
-  std::vector<Decoded> _decoded;
-  std::size_t _budget;
+  std::vector<std::uint32_t> _references;
+  std::vector<std::optional<Shared>> _shared;
+  std::size_t _budget = 0;
   std::size_t _spent = 0;
 };
 
@@ -247,7 +290,7 @@ Value NSKeyedUnarchiver::unarchiveObjectWithData(const Data& data, NSErrorOut er
   }
   const std::optional<std::uint64_t> root = uidOf(plist_dict_get_item(topEntries, "root"));
   if (!root) return corrupt(error, "The keyed archive has no root object.");
-  ArchiveReader reader(objects);
+  ArchiveReader reader(objects, *root);
   std::optional<Value> value = reader.decode(*root, 0);
   if (!value) return corrupt(error, "The keyed archive is damaged.");
   return std::move(*value);

@@ -12,10 +12,10 @@ inline constexpr NSInteger NSCoderReadCorruptError = 4864;
 
 // Reads keyed archives, binary or XML: what NSKeyedArchiver writes, plus the platform's mutable
 // classes (NSMutableArray, NSMutableDictionary, NSMutableString "NS.string", NSMutableData
-// "NS.data"). Anything else (bytes that are not a property list, a property list that is not a
-// keyed archive, an unknown class, a reference out of range, a reference cycle, nesting deeper
-// than 512 levels, or shared references that would expand past 2,097,152 values or eight times
-// the archive's objects, whichever is more) gives no value. Stateless and safe from any thread.
+// "NS.data"). Anything else gives no value: bytes that are not a property list, a property list
+// that is not a keyed archive, an unknown class, a reference out of range, a reference cycle,
+// nesting deeper than 512 levels, or shared references that would expand to more than 262,144
+// values and more than sixteen per reference in the archive. Stateless and safe from any thread.
 class NSKeyedUnarchiver {
  public:
   // The root object of the archive; absent for an archive of nil and for unreadable input

@@ -146,15 +146,14 @@ Value resultFor(const KeychainItem& item, const ItemRequest& request) {
   if (request.returnAttributes) {
     Dictionary attributes = item.attributes;
     if (request.returnData) attributes.setObject(Value(item.data), kSecValueData);
-    return Value(std::move(attributes));
+    return {std::move(attributes)};
   }
-  if (request.returnData) return Value(item.data);
+  if (request.returnData) return {item.data};
   return {};
 }
 
 Value nowInWholeSeconds() {
-  return Value(
-      Date::dateWithTimeIntervalSince1970(std::floor(Date::date().timeIntervalSince1970())));
+  return {Date::dateWithTimeIntervalSince1970(std::floor(Date::date().timeIntervalSince1970()))};
 }
 
 std::pair<Value, Value> identityOf(const KeychainItem& item) {
