@@ -19,7 +19,7 @@ using zu::Dictionary;
 using zu::Value;
 
 zu::Data bytes(const std::string& text) {
-  return zu::Data(text.begin(), text.end());
+  return {text.begin(), text.end()};
 }
 
 Dictionary genericPassword(Dictionary attributes) {
@@ -159,24 +159,26 @@ TEST(SecItemTest, DuplicatesAreJudgedByGroupAccountAndService) {
 }
 
 TEST(SecItemTest, DefaultGroupAndSearchesAcrossGroupsWithLimits) {
+  const Value shared(zukit::test::uniqueName("shared-"));
   ASSERT_EQ(zu::SecItemAdd(genericPassword({{zu::kSecAttrAccount, Value("default")},
-                                            {zu::kSecAttrGeneric, Value("shared")}}),
+                                            {zu::kSecAttrGeneric, shared}}),
                            nullptr),
             zu::errSecSuccess);
   const std::string defaultGroup = *zu::NSBundle::mainBundle()->bundleIdentifier();
   EXPECT_TRUE(std::filesystem::exists(groupFile(defaultGroup)));
   for (const char* group : {"g-a", "g-b"}) {
     ASSERT_EQ(zu::SecItemAdd(genericPassword({{zu::kSecAttrAccessGroup, Value(group)},
-                                              {zu::kSecAttrGeneric, Value("shared")}}),
+                                              {zu::kSecAttrGeneric, shared}}),
                              nullptr),
               zu::errSecSuccess);
   }
-  const Value one = findOne({{zu::kSecAttrAccount, Value("default")}});
+  const Value one =
+      findOne({{zu::kSecAttrGeneric, shared}, {zu::kSecAttrAccount, Value("default")}});
   EXPECT_EQ(one.asDictionary()->objectForKey(zu::kSecAttrAccessGroup), Value(defaultGroup));
 
-  EXPECT_EQ(countAll({{zu::kSecAttrGeneric, Value("shared")}}), 3U);
+  EXPECT_EQ(countAll({{zu::kSecAttrGeneric, shared}}), 3U);
   Value two;
-  ASSERT_EQ(zu::SecItemCopyMatching(genericPassword({{zu::kSecAttrGeneric, Value("shared")},
+  ASSERT_EQ(zu::SecItemCopyMatching(genericPassword({{zu::kSecAttrGeneric, shared},
                                                      {zu::kSecMatchLimit, Value(2)},
                                                      {zu::kSecReturnData, Value(true)}}),
                                     &two),
@@ -185,17 +187,16 @@ TEST(SecItemTest, DefaultGroupAndSearchesAcrossGroupsWithLimits) {
   EXPECT_EQ(two.count(), 2U);
   EXPECT_EQ(two.asArray()->front(), Value(zu::Data()));
 
-  EXPECT_EQ(zu::SecItemDelete(genericPassword({{zu::kSecAttrGeneric, Value("shared")}})),
-            zu::errSecSuccess);
-  EXPECT_EQ(countAll({}), 0U);
+  EXPECT_EQ(zu::SecItemDelete(genericPassword({{zu::kSecAttrGeneric, shared}})), zu::errSecSuccess);
+  EXPECT_EQ(countAll({{zu::kSecAttrGeneric, shared}}), 0U);
 }
 
 TEST(SecItemTest, MalformedRequestsAreRefusedWithoutTouchingTheStore) {
-  const Dictionary good =
-      genericPassword({{zu::kSecAttrAccessGroup, Value("g")}, {zu::kSecAttrAccount, Value("a")}});
-  const auto with = [&good](const char* key, Value value) {
+  const Dictionary good = genericPassword(
+      {{zu::kSecAttrAccessGroup, Value("g.malformed")}, {zu::kSecAttrAccount, Value("a")}});
+  const auto with = [&good](const char* key, const Value& value) {
     Dictionary changed = good;
-    changed.setObject(std::move(value), key);
+    changed.setObject(value, key);
     return changed;
   };
   Dictionary noClass = good;
@@ -224,7 +225,8 @@ TEST(SecItemTest, MalformedRequestsAreRefusedWithoutTouchingTheStore) {
   EXPECT_EQ(zu::SecItemUpdate(good, Dictionary{{zu::kSecReturnData, Value(true)}}),
             zu::errSecParam);
   EXPECT_EQ(zu::SecItemDelete(noClass), zu::errSecParam);
-  EXPECT_FALSE(std::filesystem::exists(zukit::test::keychainDirectory()));
+  EXPECT_FALSE(std::filesystem::exists(groupFile("g.malformed")));
+  EXPECT_FALSE(std::filesystem::exists(groupFile("a")));
 }
 
 TEST(SecItemTest, ACorruptGroupFileReadsAsEmptyAndIsKeptAsideOnTheNextWrite) {

@@ -2,16 +2,34 @@
 
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv
 
+#include <ostream>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "tests/support/StderrCapture.h"
 #include "tests/support/TestHome.h"
 #include "zukit/core/ZuLogger.h"
 
+namespace zu {
+
+// Lets GoogleTest print values by their description.
+inline void PrintTo(const Value& value, std::ostream* out) {
+  *out << value.description();
+}
+
+}  // namespace zu
+
 namespace zukit::test {
+
+// A name made of `prefix` and the running test's name, so that tests sharing one process (and
+// one home) keep to their own keychain groups and files.
+inline std::string uniqueName(const std::string& prefix) {
+  return prefix + testing::UnitTest::GetInstance()->current_test_info()->name();
+}
 
 // Declares the app groups this test process belongs to; container lookups read the list on
 // every call. Call at the start of a test, before it starts threads of its own.
