@@ -1,7 +1,6 @@
 #include "zukit/platform/foundation/AtomicFile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,25 +43,6 @@ int writeFileAtomically(const std::string& path, std::span<const std::uint8_t> b
   if (result == 0 && ::rename(temporary.data(), path.c_str()) != 0) result = errno;
   if (result != 0) ::unlink(temporary.data());
   return result;
-}
-
-FileLock::FileLock(const std::string& lockPath)
-    : _fd(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-  if (_fd < 0) return;
-  while (::flock(_fd, LOCK_EX) != 0) {
-    if (errno == EINTR) continue;
-    ::close(_fd);
-    _fd = -1;
-    return;
-  }
-}
-
-FileLock::~FileLock() {
-  if (_fd >= 0) ::close(_fd);
-}
-
-FileLock::FileLock(FileLock&& other) noexcept : _fd(other._fd) {
-  other._fd = -1;
 }
 
 }  // namespace zu

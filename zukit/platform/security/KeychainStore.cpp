@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <span>
 
+#include "zukit/platform/foundation/AtomicFile.h"
 #include "zukit/platform/foundation/Environment.h"
 #include "zukit/platform/foundation/NSBundle.h"
 #include "zukit/platform/foundation/NSFileManager.h"
@@ -40,11 +41,10 @@ std::optional<std::vector<KeychainItem>> itemsOf(const Value& file) {
     if (fields == nullptr) return std::nullopt;
     const Value* attributes = fields->find("attributes");
     const Value* data = fields->find("data");
-    if (attributes == nullptr || !attributes->isDictionary() || data == nullptr ||
-        !data->isData()) {
-      return std::nullopt;
-    }
-    items.push_back(KeychainItem{*attributes->asDictionary(), *data->asData()});
+    const Dictionary* attributeMap = attributes != nullptr ? attributes->asDictionary() : nullptr;
+    const Data* bytes = data != nullptr ? data->asData() : nullptr;
+    if (attributeMap == nullptr || bytes == nullptr) return std::nullopt;
+    items.push_back(KeychainItem{*attributeMap, *bytes});
   }
   return items;
 }

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "zukit/platform/foundation/AtomicFile.h"
+#include "zukit/platform/foundation/FileLock.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {

@@ -47,8 +47,10 @@ bool isStorableValue(const Value& value, int depth) {
       return true;
     case Value::Kind::Real:
       return std::isfinite(value.doubleValue());
-    case Value::Kind::String:
-      return isValidUtf8(*value.asString()) && value.asString()->find('\0') == std::string::npos;
+    case Value::Kind::String: {
+      const std::string* text = value.asString();
+      return text != nullptr && isValidUtf8(*text) && text->find('\0') == std::string::npos;
+    }
     case Value::Kind::List:
       return std::all_of(
           value.asArray()->begin(), value.asArray()->end(),
@@ -67,10 +69,11 @@ bool isStorableValue(const Value& value, int depth) {
 
 OSStatus checkClass(const Dictionary& map) {
   const Value* itemClass = map.find(kSecClass);
-  if (itemClass == nullptr || !itemClass->isString()) return errSecParam;
-  if (*itemClass->asString() == kSecClassGenericPassword) return errSecSuccess;
-  const bool known = std::find(std::begin(kOtherClasses), std::end(kOtherClasses),
-                               *itemClass->asString()) != std::end(kOtherClasses);
+  const std::string* name = itemClass != nullptr ? itemClass->asString() : nullptr;
+  if (name == nullptr) return errSecParam;
+  if (*name == kSecClassGenericPassword) return errSecSuccess;
+  const bool known = std::find(std::begin(kOtherClasses), std::end(kOtherClasses), *name) !=
+                     std::end(kOtherClasses);
   return known ? errSecUnimplemented : errSecParam;
 }
 
@@ -111,8 +114,9 @@ OSStatus parseRequest(const Dictionary& map, RequestKind kind, ItemRequest& requ
     } else if (key == kSecValueData) {
       // A query matches by attributes only; its secret, if any, is ignored.
       if (kind == RequestKind::Query) continue;
-      if (!value.isData()) return errSecParam;
-      request.data = *value.asData();
+      const Data* bytes = value.asData();
+      if (bytes == nullptr) return errSecParam;
+      request.data = *bytes;
     } else if (key == kSecReturnAttributes && kind != RequestKind::Changes) {
       if (!readFlag(value, request.returnAttributes)) return errSecParam;
     } else if (key == kSecReturnData && kind != RequestKind::Changes) {

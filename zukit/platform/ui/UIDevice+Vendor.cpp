@@ -10,6 +10,7 @@
 
 #include "zukit/platform/foundation/AtomicFile.h"
 #include "zukit/platform/foundation/Environment.h"
+#include "zukit/platform/foundation/FileLock.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSBundle.h"
 #include "zukit/platform/foundation/NSFileManager.h"
