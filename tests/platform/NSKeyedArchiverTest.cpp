@@ -228,7 +228,8 @@ TEST(NSKeyedArchiverTest, CyclesDepthAndReferenceBlowUpsAreRefusedPromptly) {
   std::size_t leaves = 1;
   while (level.isArray()) {
     leaves *= level.count();
-    level = level.asArray()->front();
+    Value next = level.asArray()->front();  // copied first: it lives inside `level`
+    level = std::move(next);
   }
   EXPECT_EQ(level, Value("leaf"));
   EXPECT_EQ(leaves, 1024U);
