@@ -44,7 +44,7 @@ void BM_SecItemAdd(benchmark::State& state) {
   const std::string group = "bench.add";
   fillGroup(group);
   long counter = 0;
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
     const std::string account = "added-" + std::to_string(counter++);
     if (zu::SecItemAdd(item(group, account), nullptr) != zu::errSecSuccess) {
       state.SkipWithError("SecItemAdd failed");
@@ -66,7 +66,7 @@ void BM_SecItemCopyMatching(benchmark::State& state) {
                              {zu::kSecAttrAccessGroup, zu::Value(group)},
                              {zu::kSecAttrAccount, zu::Value("resident-7")},
                              {zu::kSecReturnData, zu::Value(true)}};
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
     zu::Value result;
     if (zu::SecItemCopyMatching(query, &result) != zu::errSecSuccess) {
       state.SkipWithError("SecItemCopyMatching found nothing");
@@ -81,7 +81,7 @@ BENCHMARK(BM_SecItemCopyMatching);
 void BM_KeychainItemWrapperLoad(benchmark::State& state) {
   ZuKeychainItemWrapper::initWithIdentifier(zu::Value("bench"), zu::Value("bench.wrapper"))
       ->setObject(zu::Value(std::string(kSecretSize, 'x')), zu::kSecValueData);
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
     const auto wrapper =
         ZuKeychainItemWrapper::initWithIdentifier(zu::Value("bench"), zu::Value("bench.wrapper"));
     benchmark::DoNotOptimize(wrapper->objectForKey(zu::kSecValueData));
@@ -92,7 +92,7 @@ BENCHMARK(BM_KeychainItemWrapperLoad);
 // The raw primitive under an add: write a small file in full.
 void BM_PlainFileWrite(benchmark::State& state) {
   const std::string path = scratchDirectory("stores-write") + "/secret";
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
     const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0 || ::write(fd, secret().data(), secret().size()) < 0) {
       state.SkipWithError("write failed");
@@ -108,7 +108,7 @@ void BM_PlainFileReplace(benchmark::State& state) {
   const std::string directory = scratchDirectory("stores-replace");
   const std::string path = directory + "/secret";
   const std::string temporary = directory + "/.secret.tmp";
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0 || ::write(fd, secret().data(), secret().size()) < 0) {
       state.SkipWithError("write failed");
@@ -134,7 +134,7 @@ void BM_PlainFileRead(benchmark::State& state) {
     }
   }
   std::array<std::uint8_t, 4096> buffer{};
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const ssize_t got = fd < 0 ? -1 : ::read(fd, buffer.data(), buffer.size());
     if (got != static_cast<ssize_t>(kSecretSize)) {

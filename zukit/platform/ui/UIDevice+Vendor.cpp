@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <span>
+#include <vector>
 
 #include "zukit/platform/foundation/AtomicFile.h"
 #include "zukit/platform/foundation/Environment.h"
@@ -88,7 +88,7 @@ std::optional<std::string> loadOrCreate(const std::string& path) {
   if (auto existing = readIdentifier(path)) return existing;
   std::optional<std::string> made = randomUUID();
   if (!made) return std::nullopt;
-  const std::span bytes(reinterpret_cast<const std::uint8_t*>(made->data()), made->size());
+  const std::vector<std::uint8_t> bytes(made->begin(), made->end());
   if (writeFileAtomically(path, bytes, 0644) != 0) return std::nullopt;
   return made;
 }
