@@ -13,6 +13,15 @@ Dictionary& Dictionary::operator=(const Dictionary& other) = default;
 Dictionary& Dictionary::operator=(Dictionary&& other) noexcept = default;
 Dictionary::~Dictionary() = default;
 
+// Out of line, where Value is complete: clang instantiates the entry type for these bodies.
+std::size_t Dictionary::size() const {
+  return _entries.size();
+}
+
+bool Dictionary::empty() const {
+  return _entries.empty();
+}
+
 Dictionary::Dictionary(std::initializer_list<Entry> entries) {
   for (const Entry& entry : entries)
     setObject(entry.second, entry.first);

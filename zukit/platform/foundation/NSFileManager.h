@@ -57,6 +57,14 @@ class NSFileManager final : public Object {
   // Copies a file. Fails when the destination exists.
   bool copyItemAtPath(const std::string& source, const std::string& destination,
                       NSErrorOut error = nullptr) const;
+
+  // The shared container of the app group `groupIdentifier`: a file URL (ending in "/") of the
+  // directory $XDG_DATA_HOME/zukit/app-groups/<identifier>/, made on first use together with
+  // its Library/Caches directory. None for an identifier the program is not entitled to (see
+  // NSFileManager+AppGroups.cpp), one that is not valid UTF-8 text or cannot be a directory
+  // name ("/", ".", ".."), or when the directory cannot be made.
+  std::shared_ptr<NSURL> containerURLForSecurityApplicationGroupIdentifier(
+      const Value& groupIdentifier) const;
 };
 
 // An error of `errnoValue` for `path`, in the file error domain.

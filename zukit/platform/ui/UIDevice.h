@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "zukit/platform/runtime/Object.h"
@@ -22,6 +23,13 @@ class UIDevice final : public Object {
   std::string model() const;
   // The device's name: the host name.
   std::string name() const;
+  // The identifier of this installation for the app's vendor (the bundle identifier without its
+  // last component, "cn.com.quorvel" for "cn.com.quorvel.ZuKitDemo"): a random UUID as 36
+  // upper-case characters, made on first use and kept in
+  // $XDG_DATA_HOME/zukit/vendor-identifiers/<vendor>, so that it is the same on every launch
+  // and for every app of the vendor; racing first launches agree on one. None when it can be
+  // neither read nor stored.
+  std::optional<std::string> identifierForVendor() const;
 };
 
 // The value of `key` in an os-release file's text (quotes removed), or empty.

@@ -1,0 +1,157 @@
+// The keychain store beside the plain file operations it is built on: an item added or found
+// costs a locked read-modify-write or a read of the group's property-list file.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+
+#include <benchmark/benchmark.h>
+
+#include "bench/BenchSupport.h"
+#include "zukit/platform/security/SecItem.h"
+#include "zukit/storage/ZuKeychainItemWrapper.h"
+
+namespace zukit::bench {
+
+namespace {
+
+// Items already in the group, as a host app would have a few.
+constexpr int kResidentItems = 10;
+// The size of one secret: a token.
+constexpr std::size_t kSecretSize = 64;
+
+const zu::Data& secret() {
+  static const zu::Data bytes(kSecretSize, 0x5A);
+  return bytes;
+}
+
+zu::Dictionary item(const std::string& group, const std::string& account) {
+  return zu::Dictionary{{zu::kSecClass, zu::Value(zu::kSecClassGenericPassword)},
+                        {zu::kSecAttrAccessGroup, zu::Value(group)},
+                        {zu::kSecAttrAccount, zu::Value(account)},
+                        {zu::kSecValueData, zu::Value(secret())}};
+}
+
+void fillGroup(const std::string& group) {
+  for (int i = 0; i < kResidentItems; ++i) {
+    zu::SecItemAdd(item(group, "resident-" + std::to_string(i)), nullptr);
+  }
+}
+
+void BM_SecItemAdd(benchmark::State& state) {
+  const std::string group = "bench.add";
+  fillGroup(group);
+  long counter = 0;
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
+    const std::string account = "added-" + std::to_string(counter++);
+    if (zu::SecItemAdd(item(group, account), nullptr) != zu::errSecSuccess) {
+      state.SkipWithError("SecItemAdd failed");
+      break;
+    }
+    state.PauseTiming();
+    zu::SecItemDelete(zu::Dictionary{{zu::kSecClass, zu::Value(zu::kSecClassGenericPassword)},
+                                     {zu::kSecAttrAccessGroup, zu::Value(group)},
+                                     {zu::kSecAttrAccount, zu::Value(account)}});
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(BM_SecItemAdd);
+
+void BM_SecItemCopyMatching(benchmark::State& state) {
+  const std::string group = "bench.find";
+  fillGroup(group);
+  const zu::Dictionary query{{zu::kSecClass, zu::Value(zu::kSecClassGenericPassword)},
+                             {zu::kSecAttrAccessGroup, zu::Value(group)},
+                             {zu::kSecAttrAccount, zu::Value("resident-7")},
+                             {zu::kSecReturnData, zu::Value(true)}};
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
+    zu::Value result;
+    if (zu::SecItemCopyMatching(query, &result) != zu::errSecSuccess) {
+      state.SkipWithError("SecItemCopyMatching found nothing");
+      break;
+    }
+    benchmark::DoNotOptimize(result);
+  }
+}
+BENCHMARK(BM_SecItemCopyMatching);
+
+// A wrapper made for a stored item: two searches and the payload's XML parse.
+void BM_KeychainItemWrapperLoad(benchmark::State& state) {
+  ZuKeychainItemWrapper::initWithIdentifier(zu::Value("bench"), zu::Value("bench.wrapper"))
+      ->setObject(zu::Value(std::string(kSecretSize, 'x')), zu::kSecValueData);
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
+    const auto wrapper =
+        ZuKeychainItemWrapper::initWithIdentifier(zu::Value("bench"), zu::Value("bench.wrapper"));
+    benchmark::DoNotOptimize(wrapper->objectForKey(zu::kSecValueData));
+  }
+}
+BENCHMARK(BM_KeychainItemWrapperLoad);
+
+// The raw primitive under an add: write a small file in full.
+void BM_PlainFileWrite(benchmark::State& state) {
+  const std::string path = scratchDirectory("stores-write") + "/secret";
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0 || ::write(fd, secret().data(), secret().size()) < 0) {
+      state.SkipWithError("write failed");
+      break;
+    }
+    ::close(fd);
+  }
+}
+BENCHMARK(BM_PlainFileWrite);
+
+// What an add does to the file system: write a temporary file and rename it over the target.
+void BM_PlainFileReplace(benchmark::State& state) {
+  const std::string directory = scratchDirectory("stores-replace");
+  const std::string path = directory + "/secret";
+  const std::string temporary = directory + "/.secret.tmp";
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0 || ::write(fd, secret().data(), secret().size()) < 0) {
+      state.SkipWithError("write failed");
+      break;
+    }
+    ::close(fd);
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+      state.SkipWithError("rename failed");
+      break;
+    }
+  }
+}
+BENCHMARK(BM_PlainFileReplace);
+
+// The raw primitive under a search: read a small file in full.
+void BM_PlainFileRead(benchmark::State& state) {
+  const std::string path = scratchDirectory("stores-read") + "/secret";
+  {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd >= 0) {
+      benchmark::DoNotOptimize(::write(fd, secret().data(), secret().size()));
+      ::close(fd);
+    }
+  }
+  std::array<std::uint8_t, 4096> buffer{};
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const ssize_t got = fd < 0 ? -1 : ::read(fd, buffer.data(), buffer.size());
+    if (got != static_cast<ssize_t>(kSecretSize)) {
+      state.SkipWithError("read failed");
+      break;
+    }
+    ::close(fd);
+    benchmark::DoNotOptimize(buffer);
+  }
+}
+BENCHMARK(BM_PlainFileRead);
+
+const RatioRegistration kAddRatio("BM_SecItemAdd", "BM_PlainFileWrite");
+const RatioRegistration kReplaceRatio("BM_SecItemAdd", "BM_PlainFileReplace");
+const RatioRegistration kFindRatio("BM_SecItemCopyMatching", "BM_PlainFileRead");
+const RatioRegistration kWrapperRatio("BM_KeychainItemWrapperLoad", "BM_PlainFileRead");
+
+}  // namespace
+
+}  // namespace zukit::bench

@@ -1,0 +1,293 @@
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/storage/StoreTestSupport.h"
+#include "tests/support/Probe.h"
+#include "zukit/platform/foundation/NSBundle.h"
+#include "zukit/platform/security/SecItem.h"
+
+namespace {
+
+using zu::Dictionary;
+using zu::Value;
+
+zu::Data bytes(const std::string& text) {
+  return {text.begin(), text.end()};
+}
+
+Dictionary genericPassword(Dictionary attributes) {
+  attributes.setObject(Value(zu::kSecClassGenericPassword), zu::kSecClass);
+  return attributes;
+}
+
+std::string groupFile(const std::string& group) {
+  return zukit::test::keychainDirectory() + "/" + group + ".keychain";
+}
+
+mode_t modeOf(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return 0;
+  return status.st_mode & 07777;
+}
+
+Value findOne(const Dictionary& match) {
+  Dictionary query = genericPassword(match);
+  query.setObject(Value(true), zu::kSecReturnAttributes);
+  query.setObject(Value(true), zu::kSecReturnData);
+  Value result;
+  if (zu::SecItemCopyMatching(query, &result) != zu::errSecSuccess) return {};
+  return result;
+}
+
+std::size_t countAll(const Dictionary& match) {
+  Dictionary query = genericPassword(match);
+  query.setObject(Value(zu::kSecMatchLimitAll), zu::kSecMatchLimit);
+  query.setObject(Value(true), zu::kSecReturnAttributes);
+  Value result;
+  if (zu::SecItemCopyMatching(query, &result) != zu::errSecSuccess) return 0;
+  return result.count();
+}
+
+TEST(SecItemTest, AddFindUpdateAndDeleteOneItemInItsGroupFile) {
+  const Dictionary item = genericPassword({{zu::kSecAttrAccessGroup, Value("group.alpha")},
+                                           {zu::kSecAttrAccount, Value("alice")},
+                                           {zu::kSecAttrService, Value("mail")},
+                                           {zu::kSecAttrLabel, Value("Mail password")},
+                                           {zu::kSecValueData, Value(bytes("pw-1"))}});
+  ASSERT_EQ(zu::SecItemAdd(item, nullptr), zu::errSecSuccess);
+  EXPECT_EQ(modeOf(groupFile("group.alpha")), 0600U);
+  EXPECT_EQ(modeOf(zukit::test::keychainDirectory()), 0700U);
+
+  const Value found = findOne({{zu::kSecAttrAccount, Value("alice")}});
+  ASSERT_TRUE(found.isDictionary());
+  const Dictionary& attributes = *found.asDictionary();
+  EXPECT_EQ(attributes.objectForKey(zu::kSecClass), Value("genp"));
+  EXPECT_EQ(attributes.objectForKey(zu::kSecAttrAccount), Value("alice"));
+  EXPECT_EQ(attributes.objectForKey(zu::kSecAttrService), Value("mail"));
+  EXPECT_EQ(attributes.objectForKey(zu::kSecAttrLabel), Value("Mail password"));
+  EXPECT_EQ(attributes.objectForKey(zu::kSecAttrAccessGroup), Value("group.alpha"));
+  EXPECT_EQ(attributes.objectForKey(zu::kSecValueData), Value(bytes("pw-1")));
+  ASSERT_TRUE(attributes.objectForKey(zu::kSecAttrCreationDate).isDate());
+  const double now = zu::Date::date().timeIntervalSince1970();
+  EXPECT_NEAR(attributes.objectForKey(zu::kSecAttrCreationDate).asDate()->timeIntervalSince1970(),
+              now, 5.0);
+
+  // Data alone comes back as bytes; nothing asked gives success with no result.
+  Value data;
+  ASSERT_EQ(zu::SecItemCopyMatching(genericPassword({{zu::kSecAttrService, Value("mail")},
+                                                     {zu::kSecReturnData, Value(true)}}),
+                                    &data),
+            zu::errSecSuccess);
+  EXPECT_EQ(data, Value(bytes("pw-1")));
+  Value nothing("untouched");
+  EXPECT_EQ(
+      zu::SecItemCopyMatching(genericPassword({{zu::kSecAttrService, Value("mail")}}), &nothing),
+      zu::errSecSuccess);
+  EXPECT_TRUE(nothing.isAbsent());
+
+  ASSERT_EQ(zu::SecItemUpdate(genericPassword({{zu::kSecAttrAccount, Value("alice")}}),
+                              Dictionary{{zu::kSecValueData, Value(bytes("pw-2"))},
+                                         {zu::kSecAttrLabel, Value("renamed")}}),
+            zu::errSecSuccess);
+  const Value updated = findOne({{zu::kSecAttrAccount, Value("alice")}});
+  EXPECT_EQ(updated.asDictionary()->objectForKey(zu::kSecValueData), Value(bytes("pw-2")));
+  EXPECT_EQ(updated.asDictionary()->objectForKey(zu::kSecAttrLabel), Value("renamed"));
+  EXPECT_EQ(updated.asDictionary()->objectForKey(zu::kSecAttrService), Value("mail"));
+
+  EXPECT_EQ(zu::SecItemUpdate(genericPassword({{zu::kSecAttrAccount, Value("bob")}}),
+                              Dictionary{{zu::kSecValueData, Value(bytes("x"))}}),
+            zu::errSecItemNotFound);
+  ASSERT_EQ(zu::SecItemDelete(genericPassword({{zu::kSecAttrAccount, Value("alice")}})),
+            zu::errSecSuccess);
+  EXPECT_TRUE(findOne({{zu::kSecAttrAccount, Value("alice")}}).isAbsent());
+  EXPECT_EQ(zu::SecItemDelete(genericPassword({{zu::kSecAttrAccount, Value("alice")}})),
+            zu::errSecItemNotFound);
+}
+
+TEST(SecItemTest, DuplicatesAreJudgedByGroupAccountAndService) {
+  const auto add = [](const char* group, const char* account, const char* service,
+                      const char* generic) {
+    Dictionary attributes = genericPassword(
+        {{zu::kSecAttrAccessGroup, Value(group)}, {zu::kSecAttrGeneric, Value(generic)}});
+    if (account != nullptr) attributes.setObject(Value(account), zu::kSecAttrAccount);
+    if (service != nullptr) attributes.setObject(Value(service), zu::kSecAttrService);
+    return zu::SecItemAdd(attributes, nullptr);
+  };
+  EXPECT_EQ(add("g1", "a", "s", "one"), zu::errSecSuccess);
+  EXPECT_EQ(add("g1", "a", "s", "two"), zu::errSecDuplicateItem);
+  EXPECT_EQ(add("g2", "a", "s", "two"), zu::errSecSuccess);
+  EXPECT_EQ(add("g1", "a", "other", "two"), zu::errSecSuccess);
+  // Without account and service both are "", so items told apart by the generic attribute alone
+  // are duplicates.
+  EXPECT_EQ(add("g3", nullptr, nullptr, "first"), zu::errSecSuccess);
+  EXPECT_EQ(add("g3", nullptr, nullptr, "second"), zu::errSecDuplicateItem);
+  EXPECT_EQ(findOne({{zu::kSecAttrAccessGroup, Value("g3")}})
+                .asDictionary()
+                ->objectForKey(zu::kSecAttrAccount),
+            Value(""));
+
+  // An update that would make two items duplicates changes nothing.
+  EXPECT_EQ(zu::SecItemUpdate(genericPassword({{zu::kSecAttrAccessGroup, Value("g1")},
+                                               {zu::kSecAttrService, Value("other")}}),
+                              Dictionary{{zu::kSecAttrService, Value("s")}}),
+            zu::errSecDuplicateItem);
+  EXPECT_EQ(
+      countAll({{zu::kSecAttrAccessGroup, Value("g1")}, {zu::kSecAttrService, Value("other")}}),
+      1U);
+
+  // Moving an item to another group goes through the same rule.
+  EXPECT_EQ(zu::SecItemUpdate(genericPassword({{zu::kSecAttrAccessGroup, Value("g1")},
+                                               {zu::kSecAttrService, Value("s")}}),
+                              Dictionary{{zu::kSecAttrAccessGroup, Value("g2")}}),
+            zu::errSecDuplicateItem);
+  ASSERT_EQ(zu::SecItemUpdate(genericPassword({{zu::kSecAttrAccessGroup, Value("g1")},
+                                               {zu::kSecAttrService, Value("other")}}),
+                              Dictionary{{zu::kSecAttrAccessGroup, Value("g4")}}),
+            zu::errSecSuccess);
+  EXPECT_EQ(countAll({{zu::kSecAttrAccessGroup, Value("g1")}}), 1U);
+  EXPECT_EQ(findOne({{zu::kSecAttrAccessGroup, Value("g4")}})
+                .asDictionary()
+                ->objectForKey(zu::kSecAttrGeneric),
+            Value("two"));
+}
+
+TEST(SecItemTest, DefaultGroupAndSearchesAcrossGroupsWithLimits) {
+  const Value shared(zukit::test::uniqueName("shared-"));
+  ASSERT_EQ(zu::SecItemAdd(genericPassword({{zu::kSecAttrAccount, Value("default")},
+                                            {zu::kSecAttrGeneric, shared}}),
+                           nullptr),
+            zu::errSecSuccess);
+  const std::string defaultGroup = *zu::NSBundle::mainBundle()->bundleIdentifier();
+  EXPECT_TRUE(std::filesystem::exists(groupFile(defaultGroup)));
+  for (const char* group : {"g-a", "g-b"}) {
+    ASSERT_EQ(zu::SecItemAdd(genericPassword({{zu::kSecAttrAccessGroup, Value(group)},
+                                              {zu::kSecAttrGeneric, shared}}),
+                             nullptr),
+              zu::errSecSuccess);
+  }
+  const Value one =
+      findOne({{zu::kSecAttrGeneric, shared}, {zu::kSecAttrAccount, Value("default")}});
+  EXPECT_EQ(one.asDictionary()->objectForKey(zu::kSecAttrAccessGroup), Value(defaultGroup));
+
+  EXPECT_EQ(countAll({{zu::kSecAttrGeneric, shared}}), 3U);
+  Value two;
+  ASSERT_EQ(zu::SecItemCopyMatching(genericPassword({{zu::kSecAttrGeneric, shared},
+                                                     {zu::kSecMatchLimit, Value(2)},
+                                                     {zu::kSecReturnData, Value(true)}}),
+                                    &two),
+            zu::errSecSuccess);
+  ASSERT_TRUE(two.isArray());
+  EXPECT_EQ(two.count(), 2U);
+  EXPECT_EQ(two.asArray()->front(), Value(zu::Data()));
+
+  EXPECT_EQ(zu::SecItemDelete(genericPassword({{zu::kSecAttrGeneric, shared}})), zu::errSecSuccess);
+  EXPECT_EQ(countAll({{zu::kSecAttrGeneric, shared}}), 0U);
+}
+
+TEST(SecItemTest, MalformedRequestsAreRefusedWithoutTouchingTheStore) {
+  const Dictionary good = genericPassword(
+      {{zu::kSecAttrAccessGroup, Value("g.malformed")}, {zu::kSecAttrAccount, Value("a")}});
+  const auto with = [&good](const char* key, const Value& value) {
+    Dictionary changed = good;
+    changed.setObject(value, key);
+    return changed;
+  };
+  Dictionary noClass = good;
+  noClass.removeObjectForKey(zu::kSecClass);
+  EXPECT_EQ(zu::SecItemAdd(noClass, nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecClass, Value(5)), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecClass, Value("inet")), nullptr), zu::errSecUnimplemented);
+  EXPECT_EQ(zu::SecItemAdd(with("bogus", Value(1)), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecAttrAccount, Value::null()), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecAttrAccount, Value(std::string("\xff\xfe"))), nullptr),
+            zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecAttrAccessGroup, Value("a/b")), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecAttrAccessGroup, Value("..")), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecAttrAccessGroup, Value("")), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecAttrAccessGroup, Value::null()), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecValueData, Value("text, not bytes")), nullptr),
+            zu::errSecParam);
+  EXPECT_EQ(zu::SecItemAdd(with(zu::kSecMatchLimit, Value(zu::kSecMatchLimitOne)), nullptr),
+            zu::errSecParam);
+  EXPECT_EQ(zu::SecItemCopyMatching(with(zu::kSecMatchLimit, Value("many")), nullptr),
+            zu::errSecParam);
+  EXPECT_EQ(zu::SecItemCopyMatching(with(zu::kSecMatchLimit, Value(0)), nullptr), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemCopyMatching(with(zu::kSecReturnData, Value("yes")), nullptr),
+            zu::errSecParam);
+  EXPECT_EQ(zu::SecItemUpdate(good, Dictionary{{zu::kSecClass, Value("genp")}}), zu::errSecParam);
+  EXPECT_EQ(zu::SecItemUpdate(good, Dictionary{{zu::kSecReturnData, Value(true)}}),
+            zu::errSecParam);
+  EXPECT_EQ(zu::SecItemDelete(noClass), zu::errSecParam);
+  EXPECT_FALSE(std::filesystem::exists(groupFile("g.malformed")));
+  EXPECT_FALSE(std::filesystem::exists(groupFile("a")));
+}
+
+TEST(SecItemTest, ACorruptGroupFileReadsAsEmptyAndIsKeptAsideOnTheNextWrite) {
+  const std::string path = groupFile("g.corrupt-test");
+  std::filesystem::create_directories(zukit::test::keychainDirectory());
+  const std::string garbage = "bplist00 this is not a store \xff\x01";
+  {
+    std::ofstream file(path, std::ios::binary);
+    file << garbage;
+  }
+  const Dictionary inGroup{{zu::kSecAttrAccessGroup, Value("g.corrupt-test")}};
+  EXPECT_TRUE(findOne(inGroup).isAbsent());
+  EXPECT_EQ(zu::SecItemDelete(genericPassword(inGroup)), zu::errSecItemNotFound);
+  EXPECT_EQ(zukit::test::readFile(path), garbage);
+
+  Dictionary item = genericPassword(inGroup);
+  item.setObject(Value(bytes("fresh")), zu::kSecValueData);
+  ASSERT_EQ(zu::SecItemAdd(item, nullptr), zu::errSecSuccess);
+  EXPECT_EQ(zukit::test::readFile(path + ".corrupt"), garbage);
+  EXPECT_EQ(findOne(inGroup).asDictionary()->objectForKey(zu::kSecValueData),
+            Value(bytes("fresh")));
+}
+
+TEST(SecItemTest, ConcurrentWritersInTwoProcessesAndThisOneLoseNothing) {
+  constexpr int kPerWriter = 60;
+  auto first = std::async(std::launch::async, [] {
+    return zukit::test::runProbe(
+        {"keychain-add-many", "g.race", "first", std::to_string(kPerWriter)});
+  });
+  auto second = std::async(std::launch::async, [] {
+    return zukit::test::runProbe(
+        {"keychain-add-many", "g.race", "second", std::to_string(kPerWriter)});
+  });
+  int failedHere = 0;
+  for (int i = 0; i < kPerWriter; ++i) {
+    const Dictionary attributes =
+        genericPassword({{zu::kSecAttrAccessGroup, Value("g.race")},
+                         {zu::kSecAttrAccount, Value("third-" + std::to_string(i))}});
+    if (zu::SecItemAdd(attributes, nullptr) != zu::errSecSuccess) ++failedHere;
+  }
+  const auto firstResult = first.get();
+  const auto secondResult = second.get();
+  EXPECT_EQ(firstResult.exitCode, 0) << firstResult.standardError;
+  EXPECT_EQ(firstResult.standardOutput, "failed: 0\n");
+  EXPECT_EQ(secondResult.standardOutput, "failed: 0\n");
+  EXPECT_EQ(failedHere, 0);
+
+  Value all;
+  ASSERT_EQ(
+      zu::SecItemCopyMatching(genericPassword({{zu::kSecAttrAccessGroup, Value("g.race")},
+                                               {zu::kSecMatchLimit, Value(zu::kSecMatchLimitAll)},
+                                               {zu::kSecReturnAttributes, Value(true)}}),
+                              &all),
+      zu::errSecSuccess);
+  std::set<std::string> accounts;
+  for (const Value& item : *all.asArray()) {
+    accounts.insert(*item.asDictionary()->objectForKey(zu::kSecAttrAccount).asString());
+  }
+  EXPECT_EQ(accounts.size(), 3U * kPerWriter);
+  EXPECT_TRUE(accounts.count("first-59") == 1 && accounts.count("second-0") == 1 &&
+              accounts.count("third-30") == 1);
+}
+
+}  // namespace
