@@ -10,7 +10,7 @@ namespace zukit::probe {
 
 namespace {
 
-// defaults set SUITE KEY TEXT | defaults get SUITE KEY | defaults count SUITE N PREFIX
+// platform-defaults set SUITE KEY TEXT | defaults get SUITE KEY | defaults count SUITE N PREFIX
 // SUITE "-" is the standard store. "get" prints the value's description; "count" sets N keys
 // PREFIX<i> one synchronize at a time, to race another process.
 int runDefaults(const std::vector<std::string>& arguments) {
@@ -41,7 +41,7 @@ int runDefaults(const std::vector<std::string>& arguments) {
   return 2;
 }
 
-const ProbeRegistration kDefaults("defaults",
+const ProbeRegistration kDefaults("platform-defaults",
                                   "set SUITE KEY TEXT | get SUITE KEY | count SUITE N PREFIX",
                                   &runDefaults);
 

@@ -2,6 +2,7 @@
 // exit and across processes. Each command lives in its own Probe*.cpp file.
 
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <string>
 #include <vector>
@@ -26,7 +27,10 @@ std::map<std::string, Entry>& commands() {
 }  // namespace
 
 ProbeRegistration::ProbeRegistration(const char* name, const char* usage, ProbeCommand command) {
-  commands()[name] = Entry{usage, command};
+  if (!commands().emplace(name, Entry{usage, command}).second) {
+    std::fprintf(stderr, "zukit-probe: command \"%s\" registered twice\n", name);
+    std::abort();
+  }
 }
 
 void printLine(const std::string& text) {

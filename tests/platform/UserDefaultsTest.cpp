@@ -74,18 +74,18 @@ TEST(NSUserDefaults, ReadsACorruptFileAsEmptyAndReplacesItOnTheNextWrite) {
 }
 
 TEST(NSUserDefaults, AnotherProcessSeesWhatOneSynchronised) {
-  const auto written = runProbe({"defaults", "set", "shared.suite", "greeting", "你好"});
+  const auto written = runProbe({"platform-defaults", "set", "shared.suite", "greeting", "你好"});
   ASSERT_EQ(written.exitCode, 0) << written.standardError;
   const auto defaults = NSUserDefaults::initWithSuiteName(Value("shared.suite"));
   EXPECT_EQ(defaults->stringForKey("greeting"), "你好");
 
   defaults->setObject(Value("from the test"), "reply");
   ASSERT_TRUE(defaults->synchronize());
-  const auto read = runProbe({"defaults", "get", "shared.suite", "reply"});
+  const auto read = runProbe({"platform-defaults", "get", "shared.suite", "reply"});
   EXPECT_EQ(read.standardOutput, "from the test\n");
 
   // A value another process synchronised later shows up here after synchronize().
-  runProbe({"defaults", "set", "shared.suite", "greeting", "again"});
+  runProbe({"platform-defaults", "set", "shared.suite", "greeting", "again"});
   EXPECT_EQ(defaults->stringForKey("greeting"), "你好");
   ASSERT_TRUE(defaults->synchronize());
   EXPECT_EQ(defaults->stringForKey("greeting"), "again");
@@ -98,7 +98,7 @@ TEST(NSUserDefaults, TwoProcessesWritingAtOnceLoseNothing) {
   for (int i = 0; i < 2; ++i) {
     runs.emplace_back([i, &codes] {
       codes[static_cast<std::size_t>(i)] =
-          runProbe({"defaults", "count", "race.suite", "40", i == 0 ? "left" : "right"}).exitCode;
+          runProbe({"platform-defaults", "count", "race.suite", "40", i == 0 ? "left" : "right"}).exitCode;
     });
   }
   for (std::thread& run : runs)

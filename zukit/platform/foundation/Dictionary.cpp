@@ -27,14 +27,6 @@ Dictionary::Dictionary(std::initializer_list<Entry> entries) {
     setObject(entry.second, entry.first);
 }
 
-std::size_t Dictionary::size() const {
-  return _entries.size();
-}
-
-bool Dictionary::empty() const {
-  return _entries.empty();
-}
-
 const Value* Dictionary::find(std::string_view key) const {
   const auto found = _index.find(key);
   return found == _index.end() ? nullptr : &_entries[found->second].second;
