@@ -44,7 +44,10 @@ ZuDiskCache::ZuDiskCache(std::string indexKey, const char* queueLabel)
       if (const std::string* entry = element.asString()) keys->push_back(*entry);
     }
   }
-  _keys.store(std::move(keys));
+  {
+    const zu::MutexLock lock(_keysMutex);
+    _keys = std::move(keys);
+  }
   _queue = zu::dispatch_queue_create(queueLabel, zu::DISPATCH_QUEUE_CONCURRENT);
 }
 
@@ -54,8 +57,13 @@ void ZuDiskCache::setInitialAutoTrimIntervalForTesting(double seconds) {
   initialAutoTrimInterval().store(seconds, std::memory_order_relaxed);
 }
 
+ZuDiskCache::Keys ZuDiskCache::loadKeys() const {
+  const zu::MutexLock lock(_keysMutex);
+  return _keys;
+}
+
 std::vector<std::string> ZuDiskCache::keys() const {
-  return *_keys.load();
+  return *loadKeys();
 }
 
 std::vector<std::string> ZuDiskCache::componentsOfEntry(const std::string& entry) {
@@ -86,7 +94,7 @@ std::optional<std::string> ZuDiskCache::entryForKey(const zu::Value& key) {
 }
 
 std::optional<std::string> ZuDiskCache::firstEntryForKey(const std::string& key) const {
-  const Keys keys = _keys.load();
+  const Keys keys = loadKeys();
   for (const std::string& entry : *keys) {
     const std::vector<std::string> components = componentsOfEntry(entry);
     if (!components.empty() && components.front() == key) return entry;
@@ -96,16 +104,22 @@ std::optional<std::string> ZuDiskCache::firstEntryForKey(const std::string& key)
 
 template <class Change>
 void ZuDiskCache::updateKeys(const Change& change) {
-  Keys current = _keys.load();
+  // The new array is built outside the mutex; it is published only if no other change came
+  // first, else built again from that one.
   for (;;) {
+    const Keys current = loadKeys();
     auto next = std::make_shared<std::vector<std::string>>(*current);
     change(*next);
-    if (_keys.compare_exchange_weak(current, Keys(std::move(next)))) return;
+    const zu::MutexLock lock(_keysMutex);
+    if (_keys == current) {
+      _keys = std::move(next);
+      return;
+    }
   }
 }
 
 void ZuDiskCache::writeIndex() {
-  const Keys keys = _keys.load();
+  const Keys keys = loadKeys();
   zu::Array list(keys->begin(), keys->end());
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   defaults->setObject(zu::Value(std::move(list)), _indexKey);
@@ -113,7 +127,7 @@ void ZuDiskCache::writeIndex() {
 }
 
 void ZuDiskCache::indexEntry(const std::string& entry) {
-  const Keys keys = _keys.load();
+  const Keys keys = loadKeys();
   if (std::find(keys->begin(), keys->end(), entry) != keys->end()) return;
   zu::dispatch_semaphore_wait(_lock, zu::DISPATCH_TIME_FOREVER);
   updateKeys([&entry](std::vector<std::string>& list) { list.push_back(entry); });
@@ -122,12 +136,12 @@ void ZuDiskCache::indexEntry(const std::string& entry) {
 }
 
 void ZuDiskCache::removeCachesEalierThanTime(long time) {
-  if (_keys.load()->empty()) return;
+  if (loadKeys()->empty()) return;
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   // The count is read again before each element; after a removal the next entry slides into
   // slot i and is left for a later pass.
   for (std::size_t i = 0;; ++i) {
-    const Keys keys = _keys.load();
+    const Keys keys = loadKeys();
     if (i >= keys->size()) break;
     const std::string entry = (*keys)[i];
     const auto second = storingSecondOfComponents(componentsOfEntry(entry));
@@ -166,13 +180,18 @@ void ZuDiskCache::_trimToAge(double age) {
 
 void ZuDiskCache::removeAllCaches() {
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
-  for (const std::string& entry : *_keys.load())
+  // The snapshot is held for the walk: a trim may publish a new index meanwhile.
+  const Keys keys = loadKeys();
+  for (const std::string& entry : *keys)
     defaults->removeObjectForKey(entry);
   defaults->synchronize();
   defaults->setObject(zu::Value(), _indexKey);
   defaults->synchronize();
   zu::dispatch_semaphore_wait(_lock, zu::DISPATCH_TIME_FOREVER);
-  _keys.store(std::make_shared<const std::vector<std::string>>());
+  {
+    const zu::MutexLock lock(_keysMutex);
+    _keys = std::make_shared<const std::vector<std::string>>();
+  }
   zu::dispatch_semaphore_signal(_lock);
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
 
@@ -97,13 +98,19 @@ class ZuDiskCache : public zu::Object {
  private:
   using Keys = std::shared_ptr<const std::vector<std::string>>;
 
+  // The current index.
+  Keys loadKeys() const;
   // Publishes the index that `change` makes of the current one.
   template <class Change>
   void updateKeys(const Change& change);
   // Writes the whole index to the preferences and synchronises.
   void writeIndex();
 
-  std::atomic<Keys> _keys;
+  // The index is never changed in place: a change publishes a new array. `_keysMutex` is held
+  // only to copy or swap that pointer, never across other work, so it orders nothing that
+  // `_lock` leaves unordered.
+  mutable zu::Mutex _keysMutex;
+  Keys _keys ZU_GUARDED_BY(_keysMutex);
   zu::dispatch_queue_t _queue;
   zu::dispatch_semaphore_t _lock;
   std::atomic<double> _ageLimit{kDefaultAgeLimit};

@@ -10,7 +10,8 @@
 // The disk cache of downloaded images: the bytes live in the standard preferences under the
 // entry of their key, the index under "ZuImageDiskCacheKeys". Keys are valid text (not absent,
 // NSNull or empty); an invalid key stores nothing, finds nothing and calls no callback. A key
-// holding "__#Zu#__" is cut there when read back, so it is stored but never found. Lookups find
+// whose bytes are not UTF-8 makes no entry, so it is never stored. A key holding "__#Zu#__" is
+// cut there when read back, so it is stored but never found. Lookups find
 // the oldest entry of a key. Safe from any thread; callbacks run on the calling thread before
 // the method returns. The age trims and locking are ZuDiskCache's.
 class ZuImageDiskCache final : public ZuDiskCache {
