@@ -58,7 +58,7 @@ inline std::optional<std::vector<std::string>> persistedIndex(const std::string&
 
 // The bytes of a text.
 inline zu::Data bytesOf(const std::string& text) {
-  return zu::Data(text.begin(), text.end());
+  return {text.begin(), text.end()};
 }
 
 }  // namespace zukit::test
