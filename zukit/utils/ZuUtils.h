@@ -18,18 +18,22 @@ class ZuUtils : public zu::Object {
 
   // --- Dates (ZuUtils+Date.cpp) ---
 
-  // The date that `text` stands for under "yyyy-MM-dd HH:mm:ss"; the current date for missing
-  // text; none for text that does not match.
+  // The date that `text` stands for under "yyyy-MM-dd HH:mm:ss" in the current locale and time
+  // zone; the current date for missing text (so callers always get a date); none for text that
+  // does not match.
   static std::optional<zu::Date> dateFromString(const zu::Value& text);
-  // As above with the pattern `format`; a missing pattern means "yyyy-MM-dd HH:mm:ss".
+  // As above with the pattern `format` (Unicode Technical Standard #35); a missing pattern
+  // means "yyyy-MM-dd HH:mm:ss".
   static std::optional<zu::Date> dateFromString(const zu::Value& text, const zu::Value& format);
-  // The date as "yyyy-MM-dd HH:mm:ss" text; none for an absent date.
+  // The date as "yyyy-MM-dd HH:mm:ss" text in the current locale and time zone; none for an
+  // absent date (unlike dateFromString(), which answers missing text with the current date).
   static std::optional<std::string> stringFromDate(const std::optional<zu::Date>& date);
   // As above with the pattern `format`; a missing pattern means "yyyy-MM-dd HH:mm:ss".
   static std::optional<std::string> stringFromDate(const std::optional<zu::Date>& date,
                                                    const zu::Value& format);
-  // 1 when date1 is later than date2, -1 when earlier, 0 when equal (full precision). Prints
-  // "date1 : <date1>, date2 : <date2>" on the console on every call.
+  // 1 when date1 is later than date2, -1 when earlier, 0 when equal, to full precision despite
+  // the name; 0 when either is absent. Prints "date1 : <date1>, date2 : <date2>" on the console
+  // (NSLog) on every call.
   static std::int32_t compareOneDay(const std::optional<zu::Date>& date1,
                                     const std::optional<zu::Date>& date2);
   // Whether both dates fall on the same local day ("yyyy-MM-dd"); NO when either is absent.
@@ -47,18 +51,22 @@ class ZuUtils : public zu::Object {
   // --- Text, geometry and encoding (ZuUtils+String.cpp) ---
 
   // Whether `point` lies in the circle whose diameter is the rectangle's width, drawn from the
-  // rectangle's origin (the height is ignored); a point on the rim is inside.
+  // rectangle's origin (the height is ignored); a point on the rim is inside, NaN is outside.
   static bool point(const zu::CGPoint& point, const zu::CGRect& inCircleRect);
-  // Whether the text starts with "http://" or "https://", or names a class known to the object
-  // runtime.
+  // Whether the text starts with "http://" or "https://" (case-sensitive), or names a class
+  // known to the object runtime; NO for missing text.
   static bool isUniversalLink(const zu::Value& text);
-  // The standard base64 (with padding) of the text's UTF-8 bytes; none for missing text.
+  // The standard base64 (RFC 4648, with padding, no line breaks) of the text's UTF-8 bytes;
+  // none for missing text or text that is not UTF-8.
   static std::optional<std::string> base64Encode(const zu::Value& text);
-  // The UTF-8 text that base64 `text` decodes to, skipping characters outside the alphabet;
-  // none for missing text, or bytes that are not UTF-8.
+  // The UTF-8 text that base64 `text` decodes to, skipping characters outside the alphabet
+  // (line breaks, blanks, padding); none for missing text, text with no base64 character or a
+  // lone trailing one, or bytes that are not UTF-8.
   static std::optional<std::string> base64Decode(const zu::Value& text);
   // The "${...}" placeholders of a template, in order of appearance; empty when there are none;
-  // none for missing text.
+  // none for missing text. Each placeholder runs from the first "${" to the first "}" of what
+  // is left. A malformed template (its first "}" before its first "${", or no "}" after it)
+  // ends the search: the placeholders collected until then are returned.
   static std::optional<std::vector<std::string>> getStringInBracesWithString(const zu::Value& text);
 
   // --- Device and app identity (ZuUtils+Identity.cpp) ---

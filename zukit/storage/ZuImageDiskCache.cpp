@@ -1,0 +1,60 @@
+#include "zukit/storage/ZuImageDiskCache.h"
+
+#include "zukit/platform/foundation/NSUserDefaults.h"
+#include "zukit/platform/foundation/NoDestructor.h"
+
+ZuImageDiskCache::ZuImageDiskCache(Passkey /*unused*/)
+    : ZuDiskCache("ZuImageDiskCacheKeys", "cn.com.Zu.imageDiskCache") {}
+
+std::shared_ptr<ZuImageDiskCache> ZuImageDiskCache::cache() {
+  static zu::dispatch_once_t onceToken;
+  static zu::NoDestructor<std::shared_ptr<ZuImageDiskCache>> cache;
+  zu::dispatch_once(&onceToken, [] {
+    *cache = std::make_shared<ZuImageDiskCache>(Passkey());
+    (*cache)->_trimRecursively();
+  });
+  return *cache;
+}
+
+void ZuImageDiskCache::setImageData(const std::optional<zu::Data>& data, const zu::Value& key) {
+  const auto entry = entryForKey(key);
+  if (!entry) return;
+  const auto defaults = zu::NSUserDefaults::standardUserDefaults();
+  defaults->setObject(data ? zu::Value(*data) : zu::Value(), *entry);
+  defaults->synchronize();
+  indexEntry(*entry);
+}
+
+std::optional<zu::Data> ZuImageDiskCache::imageDataForKey(const zu::Value& key) const {
+  const auto text = zu::validText(key);
+  if (!text) return std::nullopt;
+  const auto entry = firstEntryForKey(*text);
+  if (!entry) return std::nullopt;
+  return _imageDataForKey(*entry);
+}
+
+bool ZuImageDiskCache::containsImageDataForKey(const zu::Value& key) const {
+  const auto text = zu::validText(key);
+  return text && firstEntryForKey(*text);
+}
+
+void ZuImageDiskCache::containsImageDataForKey(const zu::Value& key,
+                                               const ContainsBlock& block) const {
+  const auto text = zu::validText(key);
+  if (!text) return;
+  const auto entry = firstEntryForKey(*text);
+  if (!block) return;
+  if (!entry) {
+    block(false, key, std::nullopt);
+    return;
+  }
+  const auto data = _imageDataForKey(*entry);
+  block(data.has_value(), key, data);
+}
+
+std::optional<zu::Data> ZuImageDiskCache::_imageDataForKey(const std::string& entry) const {
+  if (entry.empty()) return std::nullopt;
+  const zu::Value stored = zu::NSUserDefaults::standardUserDefaults()->objectForKey(entry);
+  if (const zu::Data* data = stored.asData()) return *data;
+  return std::nullopt;
+}
