@@ -98,7 +98,8 @@ TEST(NSUserDefaults, TwoProcessesWritingAtOnceLoseNothing) {
   for (int i = 0; i < 2; ++i) {
     runs.emplace_back([i, &codes] {
       codes[static_cast<std::size_t>(i)] =
-          runProbe({"platform-defaults", "count", "race.suite", "40", i == 0 ? "left" : "right"}).exitCode;
+          runProbe({"platform-defaults", "count", "race.suite", "40", i == 0 ? "left" : "right"})
+              .exitCode;
     });
   }
   for (std::thread& run : runs)
