@@ -46,6 +46,7 @@ inline std::size_t selectorBucket(SEL selector, std::size_t mask) {
 class Class {
  public:
   Class(std::string name, Class* superclass) : _name(std::move(name)), _superclass(superclass) {}
+  ~Class();
   Class(const Class&) = delete;
   Class& operator=(const Class&) = delete;
 

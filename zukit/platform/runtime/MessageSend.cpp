@@ -66,6 +66,7 @@ namespace detail {
 
 CallCheck checkCall(const Object* receiver, Class* cls, SEL selector, IMP implementation,
                     const std::type_info& wanted, const char* wantedTypes, bool isDirectCall) {
+  if (cls == nullptr && receiver != nullptr) cls = receiver->runtimeClass();
   if (implementation == nullptr) {
     if (isDirectCall) {
       NSLog("%@: refused a call of a missing implementation (%@)", methodName(cls, selector),

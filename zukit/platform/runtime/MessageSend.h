@@ -42,7 +42,8 @@ inline Method lookupMethod(Class* cls, SEL selector) {
 enum class CallCheck : unsigned char { Call, Refuse };
 
 // The slow half of the check: a signature that is the same type under another type_info
-// object is accepted; otherwise the refusal is reported on the console.
+// object is accepted; otherwise the refusal is reported on the console, naming `cls` (the
+// receiver's class when nullptr).
 CallCheck checkCall(const Object* receiver, Class* cls, SEL selector, IMP implementation,
                     const std::type_info& wanted, const char* wantedTypes, bool isDirectCall);
 
@@ -110,10 +111,8 @@ R objc_msgSendSuper(ObjectRef receiver, Class* cls, SEL selector, Args... args) 
 // check as a send; a missing implementation is reported and refused (R() is returned).
 template <class R = void, class... Args>
 R imp_call(IMP implementation, ObjectRef receiver, SEL selector, Args... args) {
-  Object* self = receiver.get();
-  return detail::callChecked<R, Args...>(implementation, self,
-                                         self != nullptr ? self->runtimeClass() : nullptr, selector,
-                                         true, std::forward<Args>(args)...);
+  return detail::callChecked<R, Args...>(implementation, receiver.get(), nullptr, selector, true,
+                                         std::forward<Args>(args)...);
 }
 
 // Sends `selector` without arguments; the implementation may return nothing, a Value or an id.

@@ -113,8 +113,8 @@ struct ClassInternals {
       }
     }
     insert(selector, method);
-    cls->_cache.store(cache.get(), std::memory_order_release);
-    cache.release();  // NOLINT(bugprone-unused-return-value): now owned through _cache
+    // The class owns its current cache through _cache and its replaced ones through the list.
+    cls->_cache.store(cache.release(), std::memory_order_release);
     if (old != nullptr) cls->_retiredCaches.emplace_back(old);
   }
 };
