@@ -6,6 +6,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "zukit/platform/runtime/CacheLine.h"
 #include "zukit/platform/runtime/Object.h"
 
 template <class Signature>
@@ -14,7 +15,7 @@ class ZuTypedBlock;
 // A callback handed to the swizzler: a closure with a fixed call signature, shared rather than
 // copied, so that it keeps its identity wherever it is stored. Its description is
 // "<ZuBlock: 0x...>".
-class ZuBlock : public zu::Object {
+class alignas(zu::kCacheLineSize) ZuBlock : public zu::Object {
  public:
   // A block that calls `function` with the call signature `Signature` (such as
   // ZuViewAppearanceBlock); nullptr when `function` is an empty std::function.

@@ -8,15 +8,18 @@
 #include <vector>
 
 #include "zukit/hooks/ZuBlock.h"
+#include "zukit/platform/runtime/CacheLine.h"
 
 // The callback map of a hook record: callback name (compared by value) to callback (held
 // strongly, compared by identity). Enumeration follows insertion order; a callback stored under
 // a name already present takes that name's place. Callers must not rely on any order among
 // callbacks.
-class ZuBlockMap {
+class alignas(zu::kCacheLineSize) ZuBlockMap {
  public:
   // One name and its callback.
   using Entry = std::pair<std::string, std::shared_ptr<ZuBlock>>;
+  // Entries start on a cache line of their own (see CacheLine.h).
+  using Entries = std::vector<Entry, zu::CacheLineAllocator<Entry>>;
 
   // The callback under `name`, or nullptr.
   std::shared_ptr<ZuBlock> objectForKey(std::string_view name) const;
@@ -27,12 +30,12 @@ class ZuBlockMap {
   // The number of callbacks.
   std::size_t count() const { return _entries.size(); }
 
-  std::vector<Entry>::const_iterator begin() const { return _entries.begin(); }
-  std::vector<Entry>::const_iterator end() const { return _entries.end(); }
+  Entries::const_iterator begin() const { return _entries.begin(); }
+  Entries::const_iterator end() const { return _entries.end(); }
 
   // Same names with the identical callbacks, in any order.
   bool operator==(const ZuBlockMap& other) const;
 
  private:
-  std::vector<Entry> _entries;
+  Entries _entries;
 };

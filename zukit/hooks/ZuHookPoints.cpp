@@ -58,13 +58,24 @@ const HookPoint* hookPointNamed(const zu::Value& selectorName) {
 }
 
 // The slot's record, read once per class from the receiver's class up to the root; nullptr
-// when the slot stays empty all the way.
+// when the slot stays empty all the way. Every object has a runtime class (the root class at
+// least), so a record found at the first reading needs no look at the class.
 ZuSwizzle* recordFor(const zu::Object* self, const ZuSwizzleSlot& slot) {
   if (self == nullptr) return nullptr;
+  if (ZuSwizzle* record = slot.get()) [[likely]] {
+    return record;
+  }
   for (const zu::Class* cls = self->runtimeClass(); cls != nullptr; cls = cls->superclass()) {
     if (ZuSwizzle* record = slot.get()) return record;
   }
   return nullptr;
+}
+
+// Kept out of the hooked calls' own code, which it would otherwise slow down.
+[[gnu::cold]] [[gnu::noinline]] void reportSkippedCallback(const std::string& name,
+                                                           const ZuBlock& block, zu::SEL selector) {
+  zu::NSLog("Swizzle callback %@ for %@ takes %@; skipped", name,
+            zu::NSStringFromSelector(selector), block.signatureName());
 }
 
 // True when `block` takes `Signature`; otherwise the callback is skipped with a console line,
@@ -74,21 +85,30 @@ bool takes(const std::string& name, const ZuBlock& block, zu::SEL selector) {
   if (block.hasSignature<Signature>()) [[likely]] {
     return true;
   }
-  zu::NSLog("Swizzle callback %@ for %@ takes %@; skipped", name,
-            zu::NSStringFromSelector(selector), block.signatureName());
+  reportSkippedCallback(name, block, selector);
   return false;
 }
 
-void runViewAppearance(const ZuSwizzleSlot& slot, zu::Object* self, zu::SEL selector,
-                       bool animated) {
+// The boxed flag: the platform keeps one number object per boolean, so every callback of every
+// call gets the same one.
+const zu::Value& boxedFlag(bool animated) {
+  static const std::array<const zu::Value*, 2> boxes{&zu::NSNumber::boxedBool(false),
+                                                     &zu::NSNumber::boxedBool(true)};
+  return *boxes[animated ? 1 : 0];
+}
+
+[[gnu::always_inline]] inline void runViewAppearance(const ZuSwizzleSlot& slot, zu::Object* self,
+                                                     zu::SEL selector, bool animated) {
   ZuSwizzle* record = recordFor(self, slot);
   if (record == nullptr) return;
   // Called untested: a record without a saved implementation is refused by the runtime.
   zu::imp_call<void, bool>(record->originalMethod(), self, selector, animated);
-  ZuSwizzle* current = slot.get();
-  for (const auto& [name, block] : current->blocksSnapshot()) {
+  const ZuBlockMap& blocks = slot.get()->blocksSnapshot();
+  if (blocks.count() == 0) return;
+  const zu::Value& boxed = boxedFlag(animated);
+  for (const auto& [name, block] : blocks) {
     if (!takes<ZuViewAppearanceBlock>(name, *block, selector)) continue;
-    block->invoke<ZuViewAppearanceBlock>(self, selector, zu::NSNumber::boxedBool(animated));
+    block->invoke<ZuViewAppearanceBlock>(self, selector, boxed);
   }
 }
 

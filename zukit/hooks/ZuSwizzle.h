@@ -19,7 +19,7 @@
 // it. Every field is therefore atomic, and the callback map is published as an immutable
 // snapshot: a change copies the map, swaps the pointer, and keeps the replaced snapshot for the
 // record's lifetime, since a hooked call may still be walking it.
-class ZuSwizzle : public zu::Object {
+class alignas(zu::kCacheLineSize) ZuSwizzle : public zu::Object {
  public:
   // An empty record: no class, selector or saved implementation, no callbacks.
   ZuSwizzle();

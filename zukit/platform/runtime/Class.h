@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "zukit/platform/runtime/CacheLine.h"
 #include "zukit/platform/runtime/Method.h"
 
 namespace zu {
@@ -22,11 +23,11 @@ struct MethodCacheBucket {
 
 // An immutable map from selector to resolved entry for one class, open-addressed, at most half
 // full. It is valid while the process-wide table epoch equals its own.
-struct MethodCache {
+struct alignas(kCacheLineSize) MethodCache {
   std::uint64_t epoch = 0;
   std::size_t mask = 0;
   std::size_t count = 0;
-  std::unique_ptr<MethodCacheBucket[]> buckets;
+  std::vector<MethodCacheBucket, CacheLineAllocator<MethodCacheBucket>> buckets;
 };
 
 // Advanced whenever a method table gains an entry, which invalidates every cache at once.
@@ -68,8 +69,10 @@ class Class {
   // The entries this class itself defines, in the order they were added. Written and read
   // under the runtime's lock (Runtime.cpp); entries are never removed.
   std::vector<std::unique_ptr<objc_method>> _methods;
-  // Published lock-free for sends; replaced under the runtime's lock.
-  std::atomic<const detail::MethodCache*> _cache{nullptr};
+  // Published lock-free for sends; replaced under the runtime's lock. Read by every send, so
+  // it starts a cache line of its own: a class never shares a line with the objects that are
+  // written next to it on the heap.
+  alignas(64) std::atomic<const detail::MethodCache*> _cache{nullptr};
   // Caches that were replaced. A send on another thread may still be probing one, so they are
   // kept for the life of the class (the process) instead of being freed.
   std::vector<std::unique_ptr<const detail::MethodCache>> _retiredCaches;

@@ -4,6 +4,7 @@
 #include <string>
 #include <typeinfo>
 
+#include "zukit/platform/runtime/CacheLine.h"
 #include "zukit/platform/runtime/Selector.h"
 #include "zukit/platform/runtime/TypeEncoding.h"
 
@@ -14,7 +15,7 @@ class Object;
 // A method implementation: a plain function R (*)(Object* self, SEL _cmd, Args...) kept
 // type-erased together with the identity of its exact C++ type, so that every call through the
 // runtime can be checked against the signature the function really has.
-struct objc_implementation {
+struct alignas(kCacheLineSize) objc_implementation {
   // The function, cast to a common pointer type; called back only through its own type.
   void (*function)();
   // The exact function type.
@@ -53,7 +54,7 @@ bool imp_hasSignature(IMP implementation) {
 
 // A method entry of a class: a selector, the implementation in force and a type encoding. An
 // entry keeps its identity for the life of the process; its implementation may be replaced.
-struct objc_method {
+struct alignas(kCacheLineSize) objc_method {
   objc_method(SEL methodSelector, IMP methodImplementation, std::string methodTypes)
       : selector(methodSelector),
         implementation(methodImplementation),

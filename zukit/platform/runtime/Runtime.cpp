@@ -98,7 +98,7 @@ struct ClassInternals {
     cache->epoch = epoch;
     cache->mask = capacity - 1;
     cache->count = count;
-    cache->buckets = std::make_unique<detail::MethodCacheBucket[]>(capacity);
+    cache->buckets.resize(capacity);
     const auto insert = [&cache](SEL key, Method value) {
       std::size_t index = detail::selectorBucket(key, cache->mask);
       while (cache->buckets[index].selector != nullptr)
