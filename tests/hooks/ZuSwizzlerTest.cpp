@@ -349,7 +349,7 @@ TEST(ZuSwizzlerTest, RecordsDescribeTheirClassSelectorAndCallbacks) {
   EXPECT_EQ(text.size(), record->description().size());
   EXPECT_NE(text.find("\tone : " + block->description() + "\n"), std::string::npos);
   EXPECT_NE(text.find("\ttwo : " + second->description() + "\n"), std::string::npos);
-  EXPECT_EQ(text.rfind("]"), text.size() - 1);
+  EXPECT_EQ(text.rfind(']'), text.size() - 1);
 
   // Names compare by value, callbacks by identity: a copied map holds the same callbacks.
   ZuBlockMap map = record->blocks();

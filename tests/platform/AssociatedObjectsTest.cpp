@@ -1,5 +1,6 @@
 // Values associated with objects: policies, replacement, removal and the owner's end.
 
+#include <array>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -89,10 +90,10 @@ TEST(AssociatedObjectsTest, ThreadsSetAndReadOneObjectSafely) {
   const auto object = std::make_shared<zu::Object>();
   std::vector<std::thread> threads;
   std::atomic<int> wrong{0};
+  static const std::array<char, 4> keys{};
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&object, &wrong, t] {
-      const auto* key = reinterpret_cast<const void*>(static_cast<std::uintptr_t>(
-          0x1000 + t));  // NOLINT(performance-no-int-to-ptr): any distinct address is a key
+      const void* key = &keys.at(static_cast<std::size_t>(t));
       for (int n = 0; n < 2000; ++n) {
         zu::objc_setAssociatedObject(object, key, zu::Value(zu::NSNumber::numberWithInteger(n)),
                                      zu::OBJC_ASSOCIATION_RETAIN);

@@ -39,7 +39,7 @@ void remember(zu::Object* self, zu::SEL /*selector*/, const zu::Value& value) {
   counter(self).lastValue = value;
 }
 zu::Value describe(zu::Object* self, zu::SEL /*selector*/) {
-  return zu::Value("total " + std::to_string(counter(self).total.load()));
+  return {"total " + std::to_string(counter(self).total.load())};
 }
 zu::id itself(zu::Object* self, zu::SEL /*selector*/, const zu::id& /*unused*/) {
   return self->shared_from_this();
