@@ -49,6 +49,8 @@ TEST(ZuSwizzleConcurrencyTest, HookedCallsRunWhileCallbacksComeAndGo) {
   std::atomic<int> finished{0};
   std::vector<std::shared_ptr<CcScreen>> screens;
   std::vector<std::thread> threads;
+  screens.reserve(kThreads);
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t)
     screens.push_back(std::make_shared<CcScreen>());
   for (int t = 0; t < kThreads; ++t) {

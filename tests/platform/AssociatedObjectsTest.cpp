@@ -89,6 +89,7 @@ TEST(AssociatedObjectsTest, ValuesGoWithTheirOwnerEvenWhenTheyHaveValuesOfTheirO
 TEST(AssociatedObjectsTest, ThreadsSetAndReadOneObjectSafely) {
   const auto object = std::make_shared<zu::Object>();
   std::vector<std::thread> threads;
+  threads.reserve(4);
   std::atomic<int> wrong{0};
   static const std::array<char, 4> keys{};
   for (int t = 0; t < 4; ++t) {
