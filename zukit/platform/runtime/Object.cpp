@@ -7,6 +7,9 @@
 #include <functional>
 #include <typeinfo>
 
+#include "zukit/platform/runtime/AssociatedObjects.h"
+#include "zukit/platform/runtime/Runtime.h"
+
 namespace zu {
 
 namespace {
@@ -22,7 +25,10 @@ std::string demangledName(const std::type_info& type) {
 
 }  // namespace
 
-Object::~Object() = default;
+Object::~Object() {
+  if (_hasAssociatedObjects.load(std::memory_order_acquire))
+    AssociationTable::objectDestroyed(this);
+}
 
 std::string Object::description() const {
   char address[32];
@@ -40,6 +46,14 @@ bool Object::isEqual(const Object& other) const {
 
 std::size_t Object::hash() const {
   return std::hash<const void*>{}(this);
+}
+
+Class* Object::runtimeClass() const {
+  return rootClass();
+}
+
+Class* Object::staticClass() {
+  return rootClass();
 }
 
 }  // namespace zu

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <string>
 
 namespace zu {
+
+class Class;
 
 // The root object class. Objects are reference counted through std::shared_ptr (`id`) and held
 // weakly through std::weak_ptr where a holder must not keep them alive.
@@ -25,6 +28,18 @@ class Object : public std::enable_shared_from_this<Object> {
   virtual bool isEqual(const Object& other) const;
   // A hash consistent with isEqual().
   virtual std::size_t hash() const;
+
+  // The object's class in the runtime, whose method table answers the messages sent to it: the
+  // root class "NSObject" unless the C++ class declares its own (see RuntimeClass.h).
+  virtual Class* runtimeClass() const;
+  // The runtime class of zu::Object itself: the root class.
+  static Class* staticClass();
+
+ private:
+  friend class AssociationTable;
+  // Set once the object has been given an associated value, so that only such objects visit
+  // the association table when they are destroyed.
+  mutable std::atomic<bool> _hasAssociatedObjects{false};
 };
 
 // A strong reference to any object.

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "zukit/hooks/ZuBlock.h"
+#include "zukit/platform/runtime/CacheLine.h"
+
+// The callback map of a hook record: callback name (compared by value) to callback (held
+// strongly, compared by identity). Enumeration follows insertion order; a callback stored under
+// a name already present takes that name's place. Callers must not rely on any order among
+// callbacks.
+class alignas(zu::kCacheLineSize) ZuBlockMap {
+ public:
+  // One name and its callback.
+  using Entry = std::pair<std::string, std::shared_ptr<ZuBlock>>;
+  // Entries start on a cache line of their own (see CacheLine.h).
+  using Entries = std::vector<Entry, zu::CacheLineAllocator<Entry>>;
+
+  // The callback under `name`, or nullptr.
+  std::shared_ptr<ZuBlock> objectForKey(std::string_view name) const;
+  // Stores `block` under `name`, replacing any callback there; a null block removes the name.
+  void setObject(std::shared_ptr<ZuBlock> block, std::string name);
+  // Removes the callback under `name`, if any.
+  void removeObjectForKey(std::string_view name);
+  // The number of callbacks.
+  std::size_t count() const { return _entries.size(); }
+
+  Entries::const_iterator begin() const { return _entries.begin(); }
+  Entries::const_iterator end() const { return _entries.end(); }
+
+  // Same names with the identical callbacks, in any order.
+  bool operator==(const ZuBlockMap& other) const;
+
+ private:
+  Entries _entries;
+};
