@@ -116,6 +116,28 @@ TEST(ZuHookPointsTest, AppearanceCallbacksGetTheFlagBoxedAfterTheOwnImplementati
   EXPECT_TRUE(calls.empty());
 }
 
+TEST(ZuHookPointsTest, TheReceiverLivesUntilTheLastCallbackReturns) {
+  ZU_REQUIRE_EMPTY_SLOT(UIViewControllerViewDidAppearSwizzle);
+  auto screen = std::make_shared<HpScreen>();
+  const std::weak_ptr<HpScreen> watch = screen;
+  std::vector<bool> stillShown;
+  // Whichever callback runs first drops the host's last reference to the screen.
+  const auto dropper = ZuBlock::make<ZuViewAppearanceBlock>(
+      [&](zu::Object* receiver, zu::SEL /*selector*/, const zu::Value& /*animated*/) {
+        screen.reset();
+        stillShown.push_back(!watch.expired() &&
+                             dynamic_cast<HpScreen&>(*receiver).appearanceState() ==
+                                 zu::UIViewController::AppearanceState::Appeared);
+      });
+  ZuSwizzler::swizzleSelector(zu::sel_registerName("viewDidAppear:"), HpScreen::staticClass(),
+                              dropper, "drops the screen");
+  ZuSwizzler::swizzleSelector(zu::sel_registerName("viewDidAppear:"), HpScreen::staticClass(),
+                              dropper, "looks at the screen");
+  zu::viewControllerDidAppear(screen, true);
+  EXPECT_EQ(stillShown, (std::vector<bool>{true, true}));
+  EXPECT_TRUE(watch.expired()) << "released once the hooked call returned";
+}
+
 // A delegate whose own method records the raw result.
 class HpMailDelegate : public zukit::test::HookRecorder {
  public:

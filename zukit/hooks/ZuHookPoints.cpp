@@ -71,6 +71,17 @@ ZuSwizzle* recordFor(const zu::Object* self, const ZuSwizzleSlot& slot) {
   return nullptr;
 }
 
+// Keeps the receiver alive for the duration of a hooked call: the saved implementation or a
+// callback may drop the last other reference to it. Objects not owned by a shared pointer are
+// kept alive by whoever owns them.
+[[gnu::always_inline]] inline std::shared_ptr<zu::Object> retainForCall(zu::Object* self) {
+  try {
+    return self->shared_from_this();
+  } catch (const std::bad_weak_ptr&) {
+    return nullptr;
+  }
+}
+
 // Kept out of the hooked calls' own code, which it would otherwise slow down.
 [[gnu::cold]] [[gnu::noinline]] void reportSkippedCallback(const std::string& name,
                                                            const ZuBlock& block, zu::SEL selector) {
@@ -101,6 +112,7 @@ const zu::Value& boxedFlag(bool animated) {
                                                      zu::SEL selector, bool animated) {
   ZuSwizzle* record = recordFor(self, slot);
   if (record == nullptr) return;
+  const auto retained = retainForCall(self);
   // Called untested: a record without a saved implementation is refused by the runtime.
   zu::imp_call<void, bool>(record->originalMethod(), self, selector, animated);
   const ZuBlockMap& blocks = slot.get()->blocksSnapshot();
@@ -128,6 +140,7 @@ void zuSwizzledMethodsaveUploadInfo(zu::Object* self, zu::SEL selector, const zu
                                     const zu::Value& second, const zu::Value& third) {
   ZuSwizzle* record = recordFor(self, saveUploadInfoSwizzle);
   if (record == nullptr) return;
+  const auto retained = retainForCall(self);
   if (const zu::IMP original = record->originalMethod()) {
     zu::imp_call<void, const zu::Value&, const zu::Value&, const zu::Value&>(
         original, self, selector, first, second, third);
@@ -155,6 +168,7 @@ void zuSwizzledMethodMailComposeControllerDidFinishWithResult(zu::Object* self, 
                                                               const zu::Value& error) {
   ZuSwizzle* record = recordFor(self, MailComposeControllerDidFinishWithResultSwizzle);
   if (record == nullptr) return;
+  const auto retained = retainForCall(self);
   if (const zu::IMP original = record->originalMethod()) {
     zu::imp_call<void, const zu::Value&, zu::NSInteger, const zu::Value&>(
         original, self, selector, controller, result, error);
