@@ -21,9 +21,9 @@ namespace {
 using asio::ip::tcp;
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
-constexpr std::size_t kMaximumHead = 64 * 1024;
-constexpr std::size_t kMaximumBody = 64 * 1024 * 1024;
-constexpr std::size_t kMaximumPayload = 64 * 1024 * 1024;
+constexpr std::size_t kMaximumHead = 64UL * 1024;
+constexpr std::size_t kMaximumBody = 64UL * 1024 * 1024;
+constexpr std::size_t kMaximumPayload = 64UL * 1024 * 1024;
 
 struct Request {
   std::string method;
@@ -45,7 +45,8 @@ struct Response {
 };
 
 std::string lowercase(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  for (char& c : text)
+    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return text;
 }
 
@@ -67,7 +68,8 @@ std::string percentDecode(const std::string& text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '+') {
       out += ' ';
-    } else if (text[i] == '%' && i + 2 < text.size() && std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
+    } else if (text[i] == '%' && i + 2 < text.size() &&
+               std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
                std::isxdigit(static_cast<unsigned char>(text[i + 2]))) {
       out += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
       i += 2;
@@ -94,7 +96,8 @@ std::map<std::string, std::string> queryItems(const std::string& query) {
   return items;
 }
 
-long number(const std::map<std::string, std::string>& items, const std::string& key, long fallback) {
+long number(const std::map<std::string, std::string>& items, const std::string& key,
+            long fallback) {
   const auto found = items.find(key);
   if (found == items.end()) return fallback;
   try {
@@ -128,22 +131,25 @@ std::string base64(const std::string& bytes) {
 }
 
 std::string reason(int status) {
-  switch (status) {
-    case 200: return "OK";
-    case 201: return "Created";
-    case 204: return "No Content";
-    case 301: return "Moved Permanently";
-    case 302: return "Found";
-    case 303: return "See Other";
-    case 304: return "Not Modified";
-    case 307: return "Temporary Redirect";
-    case 400: return "Bad Request";
-    case 404: return "Not Found";
-    case 411: return "Length Required";
-    case 500: return "Internal Server Error";
-    case 503: return "Service Unavailable";
-    default: return "Status";
+  static constexpr std::pair<int, const char*> kReasons[] = {
+      {200, "OK"},
+      {201, "Created"},
+      {204, "No Content"},
+      {301, "Moved Permanently"},
+      {302, "Found"},
+      {303, "See Other"},
+      {304, "Not Modified"},
+      {307, "Temporary Redirect"},
+      {400, "Bad Request"},
+      {404, "Not Found"},
+      {411, "Length Required"},
+      {500, "Internal Server Error"},
+      {503, "Service Unavailable"},
+  };
+  for (const auto& [code, phrase] : kReasons) {
+    if (code == status) return phrase;
   }
+  return "Status";
 }
 
 std::string text(std::span<const std::uint8_t> bytes) {
@@ -174,7 +180,10 @@ namespace {
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
   Connection(tcp::socket socket, EmbeddedHttpServer::State& state)
-      : _socket(std::move(socket)), _timer(_socket.get_executor()), _buffer(kMaximumHead), _state(state) {}
+      : _socket(std::move(socket)),
+        _timer(_socket.get_executor()),
+        _buffer(kMaximumHead),
+        _state(state) {}
 
   void readHead() {
     auto self = shared_from_this();
@@ -204,7 +213,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     while (lineEnd != std::string::npos) {
       const std::size_t start = lineEnd + 2;
       lineEnd = head.find("\r\n", start);
-      const std::string line = head.substr(start, lineEnd == std::string::npos ? std::string::npos : lineEnd - start);
+      const std::string line =
+          head.substr(start, lineEnd == std::string::npos ? std::string::npos : lineEnd - start);
       const std::size_t colon = line.find(':');
       if (line.empty() || colon == std::string::npos) continue;
       const std::string name = trimmed(line.substr(0, colon));
@@ -233,20 +243,21 @@ class Connection : public std::enable_shared_from_this<Connection> {
     }
     if (bodyLength > kMaximumBody) return;
     const std::size_t buffered = std::min(bodyLength, _buffer.size());
-    request.body.assign(asio::buffers_begin(_buffer.data()),
-                        asio::buffers_begin(_buffer.data()) + static_cast<std::ptrdiff_t>(buffered));
+    request.body.assign(
+        asio::buffers_begin(_buffer.data()),
+        asio::buffers_begin(_buffer.data()) + static_cast<std::ptrdiff_t>(buffered));
     _buffer.consume(buffered);
-    if (buffered == bodyLength) return handle(std::move(request));
+    if (buffered == bodyLength) return handle(request);
     auto self = shared_from_this();
     auto pending = std::make_shared<Request>(std::move(request));
     pending->body.resize(bodyLength);
     asio::async_read(_socket, asio::buffer(pending->body.data() + buffered, bodyLength - buffered),
                      [self, pending](const asio::error_code& error, std::size_t /*length*/) {
-                       if (!error) self->handle(std::move(*pending));
+                       if (!error) self->handle(*pending);
                      });
   }
 
-  void handle(Request request) {
+  void handle(const Request& request) {
     const std::string connection = lowercase(header(request.headers, "Connection").value_or(""));
     const bool keepAlive =
         request.version == "HTTP/1.1" ? connection != "close" : connection == "keep-alive";
@@ -255,10 +266,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
     if (response.delay.count() > 0) {
       auto self = shared_from_this();
       _timer.expires_after(response.delay);
-      _timer.async_wait([self, response = std::move(response), keepAlive](
-                            const asio::error_code& error) mutable {
-        if (!error) self->send(std::move(response), keepAlive);
-      });
+      _timer.async_wait(
+          [self, response = std::move(response), keepAlive](const asio::error_code& error) mutable {
+            if (!error) self->send(std::move(response), keepAlive);
+          });
       return;
     }
     send(std::move(response), keepAlive);
@@ -267,8 +278,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void send(Response response, bool keepAlive) {
     if (response.ending == Response::Ending::DropAtOnce) return close();
     if (response.ending != Response::Ending::KeepOpen) keepAlive = false;
-    std::string out = "HTTP/1.1 " + std::to_string(response.status) + " " + reason(response.status) +
-                      "\r\nServer: ZuKitEmbedded/1.0\r\n";
+    std::string out = "HTTP/1.1 " + std::to_string(response.status) + " " +
+                      reason(response.status) + "\r\nServer: ZuKitEmbedded/1.0\r\n";
     std::string body = std::move(response.body);
     std::size_t announced = body.size();
     if (response.ending == Response::Ending::DropMidBody) {
@@ -278,9 +289,11 @@ class Connection : public std::enable_shared_from_this<Connection> {
       out += "Content-Type: " + response.contentType + "\r\n";
       out += "Content-Length: " + std::to_string(announced) + "\r\n";
     }
-    for (const auto& [name, value] : response.headers) out += name + ": " + value + "\r\n";
+    for (const auto& [name, value] : response.headers) {
+      out.append(name).append(": ").append(value).append("\r\n");
+    }
     if (!keepAlive) out += "Connection: close\r\n";
-    out += "\r\n" + body;
+    out.append("\r\n").append(body);
     auto self = shared_from_this();
     auto message = std::make_shared<std::string>(std::move(out));
     asio::async_write(_socket, asio::buffer(*message),
@@ -341,7 +354,8 @@ Response EmbeddedHttpServer::State::route(const Request& request) {
     json["path"] = request.path;
     json["query"] = request.query;
     json["headers"] = nlohmann::ordered_json::object();
-    for (const auto& [name, value] : request.headers) json["headers"][name] = value;
+    for (const auto& [name, value] : request.headers)
+      json["headers"][name] = value;
     try {
       json["body"] = nlohmann::json(request.body).dump();  // throws for text that is not UTF-8
       json["body"] = request.body;
@@ -399,7 +413,8 @@ Response EmbeddedHttpServer::State::route(const Request& request) {
     } catch (const std::exception&) {
       seconds = 2;
     }
-    response.delay = std::chrono::milliseconds(static_cast<long>(std::clamp(seconds, 0.0, 60.0) * 1000));
+    response.delay =
+        std::chrono::milliseconds(static_cast<long>(std::clamp(seconds, 0.0, 60.0) * 1000));
     response.body = "slow";
     return response;
   }
@@ -457,7 +472,8 @@ EmbeddedHttpServer::EmbeddedHttpServer(int threads) : _state(std::make_shared<St
 
 EmbeddedHttpServer::~EmbeddedHttpServer() {
   _state->io.stop();
-  for (std::thread& thread : _state->threads) thread.join();
+  for (std::thread& thread : _state->threads)
+    thread.join();
   // Pending handlers hold the state; dropping them here ends the cycle.
   asio::error_code ignored;
   _state->acceptor.close(ignored);
@@ -465,7 +481,9 @@ EmbeddedHttpServer::~EmbeddedHttpServer() {
   _state->io.poll();
 }
 
-int EmbeddedHttpServer::port() const { return _state->port; }
+int EmbeddedHttpServer::port() const {
+  return _state->port;
+}
 
 std::string EmbeddedHttpServer::baseURL() const {
   return "http://127.0.0.1:" + std::to_string(_state->port);
@@ -480,7 +498,8 @@ long EmbeddedHttpServer::requestCount(const std::string& path) const {
 long EmbeddedHttpServer::totalRequestCount() const {
   const std::lock_guard<std::mutex> lock(_state->mutex);
   long total = 0;
-  for (const auto& [path, count] : _state->counts) total += count;
+  for (const auto& [path, count] : _state->counts)
+    total += count;
   return total;
 }
 

@@ -1,8 +1,8 @@
 // The loopback servers that the network tests, the demo and the bench stand on.
 
-#include <gtest/gtest.h>
-
 #include <set>
+
+#include <gtest/gtest.h>
 
 #include "apps/loopback/EmbeddedHttpServer.h"
 #include "apps/loopback/LoopbackPayloads.h"
@@ -17,7 +17,9 @@ namespace {
 using zukit::test::fetch;
 using zukit::test::TaskResult;
 
-zu::Data asData(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
+zu::Data asData(std::span<const std::uint8_t> bytes) {
+  return {bytes.begin(), bytes.end()};
+}
 
 zu::Dictionary jsonOf(const TaskResult& result) {
   if (!result.data) return {};
@@ -62,7 +64,8 @@ TEST(LoopbackServersTest, TheEmbeddedServerServesTheSameRoutes) {
   auto session = zukit::test::makeTestSession();
   const std::string base = server.baseURL();
 
-  auto post = zu::NSMutableURLRequest::requestWithURL(zu::NSURL::URLWithString(base + "/echo/x?k=v"));
+  auto post =
+      zu::NSMutableURLRequest::requestWithURL(zu::NSURL::URLWithString(base + "/echo/x?k=v"));
   post->setHTTPMethod("POST");
   post->setValue("yes", "X-Embedded");
   post->setHTTPBody(zu::Data{'h', 'i', 0xFF});
@@ -92,7 +95,8 @@ TEST(LoopbackServersTest, TheEmbeddedServerServesTheSameRoutes) {
   EXPECT_EQ(*video.data, asData(zukit::loopback::videoPayload(5000)));
   EXPECT_EQ(std::string(video.data->begin() + 4, video.data->begin() + 8), "ftyp");
 
-  auto slow = zu::NSMutableURLRequest::requestWithURL(zu::NSURL::URLWithString(base + "/slow?delay=5"));
+  auto slow =
+      zu::NSMutableURLRequest::requestWithURL(zu::NSURL::URLWithString(base + "/slow?delay=5"));
   slow->setTimeoutInterval(0.3);
   const TaskResult timedOut = zukit::test::runDataTask(session, slow);
   ASSERT_NE(timedOut.error, nullptr);

@@ -2,14 +2,14 @@
 
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv, unsetenv
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <filesystem>
 #include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "apps/loopback/LoopbackPayloads.h"
 #include "tests/support/LoopbackServer.h"
@@ -29,7 +29,9 @@ using zukit::test::LoopbackServer;
 using zukit::test::runDownloadTask;
 using zukit::test::TaskResult;
 
-zu::Data asData(const std::vector<std::uint8_t>& bytes) { return {bytes.begin(), bytes.end()}; }
+zu::Data asData(const std::vector<std::uint8_t>& bytes) {
+  return {bytes.begin(), bytes.end()};
+}
 
 std::shared_ptr<zu::NSURLRequest> requestFor(const std::string& url) {
   return zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString(url));
@@ -73,7 +75,8 @@ TEST_F(NSURLSessionDownloadTest, TheFileExistsDuringTheHandlerAndIsGoneAfterward
   ASSERT_TRUE(server.isRunning());
   auto session = zukit::test::makeTestSession();
   EXPECT_EQ(zu::NSTemporaryDirectory(), _directory + "/");
-  const TaskResult result = runDownloadTask(session, requestFor(server.URL("/video/mp4?size=300000")));
+  const TaskResult result =
+      runDownloadTask(session, requestFor(server.URL("/video/mp4?size=300000")));
   ASSERT_EQ(result.calls, 1);
   ASSERT_EQ(result.error, nullptr);
   EXPECT_FALSE(result.onMainThread);
@@ -108,16 +111,15 @@ TEST_F(NSURLSessionDownloadTest, AHandlerMayMoveTheFileAway) {
   std::atomic<bool> moved{false};
   std::atomic<bool> done{false};
   session
-      ->downloadTaskWithRequest(requestFor(server.URL("/image/png")),
-                                [&](std::shared_ptr<zu::NSURL> location,
-                                    std::shared_ptr<zu::NSURLResponse>,
-                                    std::shared_ptr<zu::NSError>) {
-                                  if (location) {
-                                    moved = zu::NSFileManager::defaultManager()->moveItemAtPath(
-                                        location->path(), kept);
-                                  }
-                                  done = true;
-                                })
+      ->downloadTaskWithRequest(
+          requestFor(server.URL("/image/png")),
+          [&](const std::shared_ptr<zu::NSURL>& location, const std::shared_ptr<zu::NSURLResponse>&,
+              const std::shared_ptr<zu::NSError>&) {
+            if (location) {
+              moved = zu::NSFileManager::defaultManager()->moveItemAtPath(location->path(), kept);
+            }
+            done = true;
+          })
       ->resume();
   ASSERT_TRUE(zukit::test::waitUntil([&] { return done.load(); }));
   zu::dispatch_sync(session->delegateQueue(), [] {});
@@ -148,8 +150,8 @@ TEST_F(NSURLSessionDownloadTest, FailedDownloadsHandOverNoFileAndLeaveNone) {
   EXPECT_EQ(timedOut.error->code(), zu::NSURLErrorTimedOut);
   EXPECT_EQ(timedOut.location, nullptr);
 
-  const TaskResult relative =
-      runDownloadTask(session, zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString("/video")));
+  const TaskResult relative = runDownloadTask(
+      session, zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString("/video")));
   ASSERT_NE(relative.error, nullptr);
   EXPECT_EQ(relative.error->code(), zu::NSURLErrorUnsupportedURL);
   EXPECT_EQ(filesLeft(), 0U);
@@ -175,25 +177,27 @@ TEST_F(NSURLSessionDownloadTest, ManyDownloadsFromManyThreadsLeaveNoFilesBehind)
   std::atomic<int> errors{0};
   std::atomic<int> done{0};
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < kPerThread; ++i) {
         // Every fourth transfer breaks off mid-body.
         const bool drop = i % 4 == 3;
         const std::size_t size = 1000 + static_cast<std::size_t>(t * 100 + i);
-        const std::string url =
-            drop ? server.URL("/drop?n=" + std::to_string(t * 100 + i))
-                 : server.URL("/bytes?size=" + std::to_string(size));
+        const std::string url = drop ? server.URL("/drop?n=" + std::to_string(t * 100 + i))
+                                     : server.URL("/bytes?size=" + std::to_string(size));
         session
             ->downloadTaskWithRequest(
                 requestFor(url),
-                [&, size](std::shared_ptr<zu::NSURL> location, std::shared_ptr<zu::NSURLResponse>,
-                          std::shared_ptr<zu::NSError> error) {
+                [&, size](const std::shared_ptr<zu::NSURL>& location,
+                          const std::shared_ptr<zu::NSURLResponse>&,
+                          const std::shared_ptr<zu::NSError>& error) {
                   if (error) ++errors;
                   if (location) {
                     const auto bytes =
                         zu::NSFileManager::defaultManager()->contentsAtPath(location->path());
-                    if (bytes && *bytes == asData(zukit::loopback::payloadBytes(0, size))) ++matched;
+                    if (bytes && *bytes == asData(zukit::loopback::payloadBytes(0, size)))
+                      ++matched;
                     const std::lock_guard<std::mutex> lock(mutex);
                     paths.push_back(location->path());
                   }
@@ -203,7 +207,8 @@ TEST_F(NSURLSessionDownloadTest, ManyDownloadsFromManyThreadsLeaveNoFilesBehind)
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads)
+    thread.join();
   ASSERT_TRUE(zukit::test::waitUntil([&] { return done.load() == kThreads * kPerThread; },
                                      std::chrono::seconds(60)));
   zu::dispatch_sync(session->delegateQueue(), [] {});

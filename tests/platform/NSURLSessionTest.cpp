@@ -1,7 +1,5 @@
 // Data tasks of the libcurl-backed session against a real HTTP server on loopback.
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
 #include <map>
@@ -9,6 +7,8 @@
 #include <set>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/MainLoop.h"
@@ -93,8 +93,7 @@ TEST(NSURLSessionTest, RequestsArriveAtTheServerExactlyAsBuilt) {
   EXPECT_EQ(response->MIMEType(), "application/json");
   EXPECT_EQ(response->textEncodingName(), "utf-8");
   EXPECT_EQ(response->expectedContentLength(), static_cast<std::int64_t>(got.data->size()));
-  EXPECT_EQ(response->valueForHTTPHeaderField("content-LENGTH"),
-            std::to_string(got.data->size()));
+  EXPECT_EQ(response->valueForHTTPHeaderField("content-LENGTH"), std::to_string(got.data->size()));
   EXPECT_EQ(response->HTTPVersion(), "HTTP/1.1");
 
   // A POST with binary bytes and its own Content-Type.
@@ -124,6 +123,48 @@ TEST(NSURLSessionTest, RequestsArriveAtTheServerExactlyAsBuilt) {
   EXPECT_EQ(echoText(echo, "body"), json);
   EXPECT_EQ(server.requestCount("/echo/get"), 1);
   EXPECT_EQ(server.requestCount("/echo/post"), 1);
+}
+
+TEST(NSURLSessionTest, RequestFieldsThatWouldBreakTheMessageAreRefused) {
+  LoopbackServer server;
+  ASSERT_TRUE(server.isRunning());
+  auto session = zukit::test::makeTestSession();
+  auto request = requestFor(server.URL("/echo/fields"));
+  request->setValue("ok", "X-Kept");
+  request->setValue("a\r\nX-Injected: yes", "X-Split");
+  request->setValue("value", "Bad Name");
+  request->setValue("value", "");
+  request->addValue("one", "X-List");
+  request->addValue("two", "x-list");
+  request->setValue("gone", "X-Removed");
+  request->setValue(std::nullopt, "x-removed");
+  request->setHTTPMethod("GE T");
+  request->setTimeoutInterval(-1);
+  EXPECT_EQ(request->HTTPMethod(), "GET");
+  EXPECT_EQ(request->timeoutInterval(), zu::NSURLRequestDefaultTimeoutInterval);
+  EXPECT_FALSE(request->hasExplicitTimeoutInterval());
+  EXPECT_EQ(request->valueForHTTPHeaderField("X-LIST"), "one,two");
+  EXPECT_EQ(request->allHTTPHeaderFields().size(), 2U);
+
+  // The task takes a copy: changes made after it was created do not reach the server.
+  const auto task = session->dataTaskWithRequest(request, nullptr);
+  request->setValue("late", "X-Kept");
+  request->setURL(zu::NSURL::URLWithString(server.URL("/echo/elsewhere")));
+  EXPECT_EQ(task->originalRequest()->valueForHTTPHeaderField("X-Kept"), "ok");
+  const TaskResult result = runDataTask(session, task->originalRequest());
+  const zu::Dictionary echo = echoOf(result);
+  EXPECT_EQ(echoText(echo, "path"), "/echo/fields");
+  EXPECT_EQ(echoHeader(echo, "X-Kept"), "ok");
+  EXPECT_EQ(echoHeader(echo, "X-List"), "one,two");
+  EXPECT_EQ(echoHeader(echo, "X-Injected"), "<missing>");
+  EXPECT_EQ(echoHeader(echo, "X-Split"), "<missing>");
+  EXPECT_EQ(echoHeader(echo, "X-Removed"), "<missing>");
+  // A task with no completion handler still runs and completes.
+  task->resume();
+  ASSERT_TRUE(
+      zukit::test::waitUntil([&] { return task->state() == zu::NSURLSessionTaskStateCompleted; }));
+  EXPECT_EQ(server.requestCount("/echo/fields"), 2);
+  EXPECT_GT(task->countOfBytesReceived(), 0);
 }
 
 TEST(NSURLSessionTest, HTTPStatusesAreResponsesNeverErrors) {
@@ -228,20 +269,20 @@ TEST(NSURLSessionTest, CompletionsRunOnTheSerialDelegateQueueNeverTheMainThread)
   constexpr int kTasks = 12;
   for (int i = 0; i < kTasks; ++i) {
     session
-        ->dataTaskWithURL(zu::NSURL::URLWithString(server.URL("/slow?delay=0.05")),
-                          [&](std::optional<zu::Data>, std::shared_ptr<zu::NSURLResponse>,
-                              std::shared_ptr<zu::NSError>) {
-                            if (inside.fetch_add(1) != 0) ++overlaps;
-                            {
-                              const std::lock_guard<std::mutex> lock(mutex);
-                              labels.emplace_back(
-                                  zu::dispatch_queue_get_label(zu::DISPATCH_CURRENT_QUEUE_LABEL));
-                              if (zu::RunLoop::isMainThread()) ++onMain;
-                            }
-                            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-                            --inside;
-                            ++done;
-                          })
+        ->dataTaskWithURL(
+            zu::NSURL::URLWithString(server.URL("/slow?delay=0.05")),
+            [&](const std::optional<zu::Data>&, const std::shared_ptr<zu::NSURLResponse>&,
+                const std::shared_ptr<zu::NSError>&) {
+              if (inside.fetch_add(1) != 0) ++overlaps;
+              {
+                const std::lock_guard<std::mutex> lock(mutex);
+                labels.emplace_back(zu::dispatch_queue_get_label(zu::DISPATCH_CURRENT_QUEUE_LABEL));
+                if (zu::RunLoop::isMainThread()) ++onMain;
+              }
+              std::this_thread::sleep_for(std::chrono::milliseconds(5));
+              --inside;
+              ++done;
+            })
         ->resume();
   }
   // The main loop runs meanwhile: a completion posted to the main queue would run here.
@@ -251,7 +292,8 @@ TEST(NSURLSessionTest, CompletionsRunOnTheSerialDelegateQueueNeverTheMainThread)
   EXPECT_EQ(onMain, 0);
   EXPECT_EQ(overlaps.load(), 0) << "the delegate queue is serial";
   ASSERT_EQ(labels.size(), static_cast<std::size_t>(kTasks));
-  for (const std::string& label : labels) EXPECT_EQ(label, delegateLabel);
+  for (const std::string& label : labels)
+    EXPECT_EQ(label, delegateLabel);
   EXPECT_NE(delegateLabel, zu::dispatch_queue_get_label(zu::dispatch_get_main_queue()));
 }
 
@@ -267,30 +309,32 @@ TEST(NSURLSessionTest, TasksFromEightThreadsEachCompleteExactlyOnce) {
   std::atomic<int> failures{0};
   std::atomic<int> done{0};
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < kPerThread; ++i) {
         const std::string path = "/echo/t" + std::to_string(t) + "/" + std::to_string(i);
         session
-            ->dataTaskWithURL(zu::NSURL::URLWithString(server.URL(path)),
-                              [&, path](std::optional<zu::Data> data,
-                                        std::shared_ptr<zu::NSURLResponse>,
-                                        std::shared_ptr<zu::NSError> error) {
-                                TaskResult result;
-                                result.data = std::move(data);
-                                {
-                                  const std::lock_guard<std::mutex> lock(mutex);
-                                  ++calls[path];
-                                  paths[path] = echoText(echoOf(result), "path");
-                                }
-                                if (error) ++failures;
-                                ++done;
-                              })
+            ->dataTaskWithURL(
+                zu::NSURL::URLWithString(server.URL(path)),
+                [&, path](std::optional<zu::Data> data, const std::shared_ptr<zu::NSURLResponse>&,
+                          const std::shared_ptr<zu::NSError>& error) {
+                  TaskResult result;
+                  result.data = std::move(data);
+                  {
+                    const std::lock_guard<std::mutex> lock(mutex);
+                    ++calls[path];
+                    paths[path] = echoText(echoOf(result), "path");
+                  }
+                  if (error) ++failures;
+                  ++done;
+                })
             ->resume();
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads)
+    thread.join();
   ASSERT_TRUE(zukit::test::waitUntil([&] { return done.load() >= kThreads * kPerThread; },
                                      std::chrono::seconds(60)));
   zu::dispatch_sync(session->delegateQueue(), [] {});
@@ -403,7 +447,7 @@ TEST(NSURLSessionTest, CancellingCompletesATaskOnceWithCancelled) {
   std::atomic<int> calls{0};
   std::shared_ptr<zu::NSError> lastError;
   std::mutex mutex;
-  auto handler = [&](std::optional<zu::Data>, std::shared_ptr<zu::NSURLResponse>,
+  auto handler = [&](const std::optional<zu::Data>&, const std::shared_ptr<zu::NSURLResponse>&,
                      std::shared_ptr<zu::NSError> error) {
     const std::lock_guard<std::mutex> lock(mutex);
     lastError = std::move(error);
@@ -411,7 +455,8 @@ TEST(NSURLSessionTest, CancellingCompletesATaskOnceWithCancelled) {
   };
 
   // Cancelled before it started: never sent, and resuming afterwards does nothing.
-  auto unstarted = session->dataTaskWithURL(zu::NSURL::URLWithString(server.URL("/echo/x")), handler);
+  auto unstarted =
+      session->dataTaskWithURL(zu::NSURL::URLWithString(server.URL("/echo/x")), handler);
   EXPECT_EQ(unstarted->state(), zu::NSURLSessionTaskStateSuspended);
   unstarted->cancel();
   unstarted->resume();
@@ -438,7 +483,8 @@ TEST(NSURLSessionTest, CancellingCompletesATaskOnceWithCancelled) {
   }
 
   // Invalidating with cancel ends running tasks and refuses new ones.
-  auto busy = session->dataTaskWithURL(zu::NSURL::URLWithString(server.URL("/slow?delay=8")), handler);
+  auto busy =
+      session->dataTaskWithURL(zu::NSURL::URLWithString(server.URL("/slow?delay=8")), handler);
   busy->resume();
   session->invalidateAndCancel();
   ASSERT_TRUE(zukit::test::waitUntil([&] { return calls.load() == 3; }));
@@ -460,15 +506,15 @@ TEST(NSURLSessionTest, TasksOutliveTheirReleasedSession) {
   {
     auto session = zukit::test::makeTestSession();
     session
-        ->dataTaskWithURL(zu::NSURL::URLWithString(server.URL("/slow?delay=0.3")),
-                          [&](std::optional<zu::Data>, std::shared_ptr<zu::NSURLResponse> response,
-                              std::shared_ptr<zu::NSError>) {
-                            if (auto http =
-                                    std::dynamic_pointer_cast<zu::NSHTTPURLResponse>(response)) {
-                              status = http->statusCode();
-                            }
-                            ++calls;
-                          })
+        ->dataTaskWithURL(
+            zu::NSURL::URLWithString(server.URL("/slow?delay=0.3")),
+            [&](const std::optional<zu::Data>&, const std::shared_ptr<zu::NSURLResponse>& response,
+                const std::shared_ptr<zu::NSError>&) {
+              if (auto http = std::dynamic_pointer_cast<zu::NSHTTPURLResponse>(response)) {
+                status = http->statusCode();
+              }
+              ++calls;
+            })
         ->resume();
   }
   ASSERT_TRUE(zukit::test::waitUntil([&] { return calls.load() == 1; }));

@@ -1,11 +1,11 @@
 // Images from bytes (PNG, JPEG, GIF) and the image view's main-thread rule.
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cmath>
 #include <string>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/StderrCapture.h"
 #include "zukit/platform/foundation/NSFileManager.h"
@@ -21,12 +21,10 @@ zu::Data fixture(const std::string& name) {
 }
 
 std::size_t find(const zu::Data& bytes, const std::string& text, std::size_t from = 0) {
-  const auto found = std::search(bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.end(),
-                                 text.begin(), text.end(), [](std::uint8_t byte, char c) {
-                                   return byte == static_cast<std::uint8_t>(c);
-                                 });
-  return found == bytes.end() ? std::string::npos
-                              : static_cast<std::size_t>(found - bytes.begin());
+  const auto found = std::search(
+      bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.end(), text.begin(), text.end(),
+      [](std::uint8_t byte, char c) { return byte == static_cast<std::uint8_t>(c); });
+  return found == bytes.end() ? std::string::npos : static_cast<std::size_t>(found - bytes.begin());
 }
 
 std::uint32_t bigEndian32(const zu::Data& bytes, std::size_t at) {
@@ -41,7 +39,8 @@ void fixChunkChecksum(zu::Data& png, std::size_t lengthAt) {
   std::uint32_t crc = 0xFFFFFFFFU;
   for (std::size_t i = lengthAt + 4; i < lengthAt + 8 + length; ++i) {
     crc ^= png[i];
-    for (int k = 0; k < 8; ++k) crc = (crc & 1) != 0 ? 0xEDB88320U ^ (crc >> 1) : crc >> 1;
+    for (int k = 0; k < 8; ++k)
+      crc = (crc & 1) != 0 ? 0xEDB88320U ^ (crc >> 1) : crc >> 1;
   }
   crc ^= 0xFFFFFFFFU;
   const std::size_t at = lengthAt + 8 + length;
@@ -55,11 +54,13 @@ void fixChunkChecksum(zu::Data& png, std::size_t lengthAt) {
 void expectPrefixesRefusedBelow(const zu::Data& bytes, std::size_t needed) {
   ASSERT_LE(needed, bytes.size());
   for (std::size_t length = 0; length < needed; ++length) {
-    EXPECT_EQ(zu::UIImage::imageWithData(zu::Data(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length))),
+    EXPECT_EQ(zu::UIImage::imageWithData(
+                  zu::Data(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length))),
               nullptr)
         << "a prefix of " << length << " bytes";
   }
-  EXPECT_NE(zu::UIImage::imageWithData(zu::Data(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(needed))),
+  EXPECT_NE(zu::UIImage::imageWithData(
+                zu::Data(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(needed))),
             nullptr);
 }
 
@@ -114,9 +115,9 @@ TEST(UIImageTest, RefusesBytesThatAreNoImage) {
   const std::string fake = "\x89PNG\r\n\x1a\nthis is no image";
   EXPECT_EQ(zu::UIImage::imageWithData(zu::Data(fake.begin(), fake.end())), nullptr);
   EXPECT_EQ(zu::UIImage::imageWithData(zu::Data(64, 0xFF)), nullptr);
-  EXPECT_EQ(zu::UIImage::imageWithData(zu::Data{'G', 'I', 'F', '8', '8', 'a', 3, 0, 2, 0, 0, 0, 0,
-                                                0x2C}),
-            nullptr);
+  EXPECT_EQ(
+      zu::UIImage::imageWithData(zu::Data{'G', 'I', 'F', '8', '8', 'a', 3, 0, 2, 0, 0, 0, 0, 0x2C}),
+      nullptr);
 
   // Truncated: up to the end of the first image data the structure is incomplete.
   const zu::Data png = fixture("sample.png");

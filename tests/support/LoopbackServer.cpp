@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -13,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <vector>
 
 #include "zukit/platform/foundation/NSJSONSerialization.h"
@@ -106,7 +106,9 @@ LoopbackServer::LoopbackServer() {
   if (_port <= 0) stop();
 }
 
-LoopbackServer::~LoopbackServer() { stop(); }
+LoopbackServer::~LoopbackServer() {
+  stop();
+}
 
 void LoopbackServer::stop() {
   if (_input >= 0) close(_input);  // the server's cue to end
@@ -123,7 +125,9 @@ void LoopbackServer::stop() {
   _port = 0;
 }
 
-std::string LoopbackServer::baseURL() const { return "http://127.0.0.1:" + std::to_string(_port); }
+std::string LoopbackServer::baseURL() const {
+  return "http://127.0.0.1:" + std::to_string(_port);
+}
 
 std::string LoopbackServer::URL(const std::string& pathAndQuery) const {
   return baseURL() + pathAndQuery;

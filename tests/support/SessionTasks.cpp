@@ -45,16 +45,16 @@ TaskResult runDataTask(const std::shared_ptr<zu::NSURLSession>& session,
                        const std::shared_ptr<zu::NSURLRequest>& request) {
   auto shared = std::make_shared<Shared>();
   session
-      ->dataTaskWithRequest(request,
-                            [shared](std::optional<zu::Data> data,
-                                     std::shared_ptr<zu::NSURLResponse> response,
-                                     std::shared_ptr<zu::NSError> error) {
-                              const std::lock_guard<std::mutex> lock(shared->mutex);
-                              noteWhere(shared->result);
-                              shared->result.data = std::move(data);
-                              shared->result.response = std::move(response);
-                              shared->result.error = std::move(error);
-                            })
+      ->dataTaskWithRequest(
+          request,
+          [shared](std::optional<zu::Data> data, std::shared_ptr<zu::NSURLResponse> response,
+                   std::shared_ptr<zu::NSError> error) {
+            const std::lock_guard<std::mutex> lock(shared->mutex);
+            noteWhere(shared->result);
+            shared->result.data = std::move(data);
+            shared->result.response = std::move(response);
+            shared->result.error = std::move(error);
+          })
       ->resume();
   return await(shared);
 }

@@ -50,8 +50,8 @@ bool isValidHeaderFieldName(std::string_view name) {
   if (name.empty()) return false;
   return std::all_of(name.begin(), name.end(), [](char c) {
     const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x80 && (std::isalnum(byte) || std::string_view("!#$%&'*+-.^_`|~").find(c) !=
-                                                     std::string_view::npos);
+    return byte < 0x80 && (std::isalnum(byte) ||
+                           std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos);
   });
 }
 
@@ -61,7 +61,8 @@ bool isValidHeaderFieldValue(std::string_view value) {
 
 std::string asciiLowercase(std::string_view text) {
   std::string out(text);
-  for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  for (char& c : out)
+    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return out;
 }
 

@@ -16,9 +16,9 @@ std::string trimmed(std::string_view text) {
   return std::string(text.substr(begin, end - begin + 1));
 }
 
-Dictionary textFieldsOnly(Dictionary fields) {
+Dictionary textFieldsOnly(const Dictionary& fields) {
   Dictionary out;
-  for (auto& [name, value] : fields) {
+  for (const auto& [name, value] : fields) {
     if (value.isString()) out.setObject(value, name);
   }
   return out;
@@ -36,10 +36,13 @@ std::string charset(const std::optional<std::string>& contentType) {
   std::size_t position = contentType->find(';');
   while (position != std::string::npos) {
     const std::size_t next = contentType->find(';', position + 1);
-    const std::string parameter = trimmed(std::string_view(*contentType).substr(
-        position + 1, next == std::string::npos ? std::string::npos : next - position - 1));
+    const std::string parameter =
+        trimmed(std::string_view(*contentType)
+                    .substr(position + 1,
+                            next == std::string::npos ? std::string::npos : next - position - 1));
     const std::size_t equals = parameter.find('=');
-    if (equals != std::string::npos && asciiLowercase(trimmed(parameter.substr(0, equals))) == "charset") {
+    if (equals != std::string::npos &&
+        asciiLowercase(trimmed(parameter.substr(0, equals))) == "charset") {
       std::string value = trimmed(parameter.substr(equals + 1));
       if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
         value = value.substr(1, value.size() - 2);
@@ -65,21 +68,20 @@ std::int64_t contentLength(const std::optional<std::string>& text) {
 }  // namespace
 
 NSHTTPURLResponse::NSHTTPURLResponse(std::shared_ptr<NSURL> url, NSInteger statusCode,
-                                     std::string HTTPVersion, Dictionary headerFields)
+                                     std::string HTTPVersion, const Dictionary& headerFields)
     : NSURLResponse(std::move(url), mediaType(headerFieldValue(headerFields, "Content-Type")),
                     contentLength(headerFieldValue(headerFields, "Content-Length")),
                     charset(headerFieldValue(headerFields, "Content-Type"))),
       _statusCode(statusCode),
       _httpVersion(std::move(HTTPVersion)),
-      _headerFields(textFieldsOnly(std::move(headerFields))) {}
+      _headerFields(textFieldsOnly(headerFields)) {}
 
-std::shared_ptr<NSHTTPURLResponse> NSHTTPURLResponse::responseWithURL(std::shared_ptr<NSURL> url,
-                                                                      NSInteger statusCode,
-                                                                      std::string HTTPVersion,
-                                                                      Dictionary headerFields) {
+std::shared_ptr<NSHTTPURLResponse> NSHTTPURLResponse::responseWithURL(
+    std::shared_ptr<NSURL> url, NSInteger statusCode, std::string HTTPVersion,
+    const Dictionary& headerFields) {
   if (!url || statusCode < 100 || statusCode > 599) return nullptr;
   return std::make_shared<NSHTTPURLResponse>(std::move(url), statusCode, std::move(HTTPVersion),
-                                             std::move(headerFields));
+                                             headerFields);
 }
 
 std::optional<std::string> NSHTTPURLResponse::valueForHTTPHeaderField(
@@ -88,50 +90,52 @@ std::optional<std::string> NSHTTPURLResponse::valueForHTTPHeaderField(
 }
 
 std::string NSHTTPURLResponse::localizedStringForStatusCode(NSInteger statusCode) {
-  switch (statusCode) {
-    case 100: return "continue";
-    case 101: return "switching protocols";
-    case 200: return "no error";
-    case 201: return "created";
-    case 202: return "accepted";
-    case 203: return "non-authoritative information";
-    case 204: return "no content";
-    case 205: return "reset content";
-    case 206: return "partial content";
-    case 300: return "multiple choices";
-    case 301: return "moved permanently";
-    case 302: return "found";
-    case 303: return "see other";
-    case 304: return "not modified";
-    case 305: return "needs proxy";
-    case 307: return "temporarily redirected";
-    case 308: return "permanent redirect";
-    case 400: return "bad request";
-    case 401: return "unauthorized";
-    case 402: return "payment required";
-    case 403: return "forbidden";
-    case 404: return "not found";
-    case 405: return "method not allowed";
-    case 406: return "unacceptable";
-    case 407: return "proxy authentication required";
-    case 408: return "request timed out";
-    case 409: return "conflict";
-    case 410: return "no longer exists";
-    case 411: return "length required";
-    case 412: return "precondition failed";
-    case 413: return "request too large";
-    case 414: return "requested URL too long";
-    case 415: return "unsupported media type";
-    case 416: return "requested range not satisfiable";
-    case 417: return "expectation failed";
-    case 429: return "too many requests";
-    case 500: return "internal server error";
-    case 501: return "unimplemented";
-    case 502: return "bad gateway";
-    case 503: return "service unavailable";
-    case 504: return "gateway timed out";
-    case 505: return "unsupported version";
-    default: break;
+  static constexpr std::pair<NSInteger, const char*> kPhrases[] = {
+      {100, "continue"},
+      {101, "switching protocols"},
+      {200, "no error"},
+      {201, "created"},
+      {202, "accepted"},
+      {203, "non-authoritative information"},
+      {204, "no content"},
+      {205, "reset content"},
+      {206, "partial content"},
+      {300, "multiple choices"},
+      {301, "moved permanently"},
+      {302, "found"},
+      {303, "see other"},
+      {304, "not modified"},
+      {305, "needs proxy"},
+      {307, "temporarily redirected"},
+      {308, "permanent redirect"},
+      {400, "bad request"},
+      {401, "unauthorized"},
+      {402, "payment required"},
+      {403, "forbidden"},
+      {404, "not found"},
+      {405, "method not allowed"},
+      {406, "unacceptable"},
+      {407, "proxy authentication required"},
+      {408, "request timed out"},
+      {409, "conflict"},
+      {410, "no longer exists"},
+      {411, "length required"},
+      {412, "precondition failed"},
+      {413, "request too large"},
+      {414, "requested URL too long"},
+      {415, "unsupported media type"},
+      {416, "requested range not satisfiable"},
+      {417, "expectation failed"},
+      {429, "too many requests"},
+      {500, "internal server error"},
+      {501, "unimplemented"},
+      {502, "bad gateway"},
+      {503, "service unavailable"},
+      {504, "gateway timed out"},
+      {505, "unsupported version"},
+  };
+  for (const auto& [code, phrase] : kPhrases) {
+    if (code == statusCode) return phrase;
   }
   if (statusCode >= 100 && statusCode < 200) return "informational";
   if (statusCode >= 200 && statusCode < 300) return "success";

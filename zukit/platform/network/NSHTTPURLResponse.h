@@ -15,12 +15,12 @@ class NSHTTPURLResponse final : public NSURLResponse {
  public:
   // A response for `url`; header values that are not text are dropped.
   NSHTTPURLResponse(std::shared_ptr<NSURL> url, NSInteger statusCode, std::string HTTPVersion,
-                    Dictionary headerFields);
+                    const Dictionary& headerFields);
   // The same, shared; none when `url` is none or the status code is outside 100...599.
   static std::shared_ptr<NSHTTPURLResponse> responseWithURL(std::shared_ptr<NSURL> url,
                                                             NSInteger statusCode,
                                                             std::string HTTPVersion,
-                                                            Dictionary headerFields);
+                                                            const Dictionary& headerFields);
 
   // The status code (200, 404, 500, ...).
   NSInteger statusCode() const { return _statusCode; }

@@ -13,7 +13,7 @@ namespace zu {
 
 namespace {
 
-constexpr NSUInteger kSharedCapacity = 4 * 1024 * 1024;
+constexpr NSUInteger kSharedCapacity = 4UL * 1024 * 1024;
 
 // The key of a request: its URL without the fragment; none for requests the cache ignores.
 std::optional<std::string> cacheKey(const NSURLRequest& request) {
@@ -80,7 +80,8 @@ std::optional<std::chrono::seconds> NSURLCache::freshnessLifetime(
     std::size_t start = 0;
     while (start <= control->size()) {
       const std::size_t comma = std::min(control->find(',', start), control->size());
-      const std::string directive = trimmed(std::string_view(*control).substr(start, comma - start));
+      const std::string directive =
+          trimmed(std::string_view(*control).substr(start, comma - start));
       const std::size_t equals = directive.find('=');
       const std::string name = asciiLowercase(trimmed(directive.substr(0, equals)));
       if (name == "no-store") return std::nullopt;
@@ -117,7 +118,7 @@ std::shared_ptr<NSCachedURLResponse> NSURLCache::lookup(const NSURLRequest& requ
   MutexLock lock(_mutex);
   const auto found = _index.find(*key);
   if (found == _index.end()) return nullptr;
-  const EntryList::iterator entry = found->second;
+  const auto entry = found->second;
   if (freshOnly && std::chrono::steady_clock::now() >= entry->expires) return nullptr;
   _entries.splice(_entries.begin(), _entries, entry);
   return entry->cached;

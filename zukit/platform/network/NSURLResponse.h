@@ -17,8 +17,8 @@ class NSURLResponse : public Object {
  public:
   // A response for `url` with a media type ("" when unknown), expected length (-1 when
   // unknown) and text encoding name ("" when none).
-  NSURLResponse(std::shared_ptr<NSURL> url, std::string MIMEType, std::int64_t expectedContentLength,
-                std::string textEncodingName);
+  NSURLResponse(std::shared_ptr<NSURL> url, std::string MIMEType,
+                std::int64_t expectedContentLength, std::string textEncodingName);
 
   // The URL the response came from (after redirects).
   const std::shared_ptr<NSURL>& URL() const { return _url; }

@@ -24,13 +24,17 @@ NSURLSession::NSURLSession(Passkey /*unused*/,
           configuration ? configuration : NSURLSessionConfiguration::defaultSessionConfiguration(),
           dispatch_queue_create("zu.NSURLSession.delegateQueue", DISPATCH_QUEUE_SERIAL))) {}
 
-NSURLSession::~NSURLSession() { _engine->invalidate(false); }
+NSURLSession::~NSURLSession() {
+  _engine->invalidate(false);
+}
 
 std::shared_ptr<NSURLSessionConfiguration> NSURLSession::configuration() const {
   return _engine->configuration().copy();
 }
 
-const dispatch_queue_t& NSURLSession::delegateQueue() const { return _engine->delegateQueue(); }
+const dispatch_queue_t& NSURLSession::delegateQueue() const {
+  return _engine->delegateQueue();
+}
 
 std::shared_ptr<NSURLRequest> NSURLSession::requestFor(
     const std::shared_ptr<NSURLRequest>& request) const {
@@ -69,13 +73,17 @@ std::shared_ptr<NSURLSessionDownloadTask> NSURLSession::downloadTaskWithRequest(
 std::shared_ptr<NSURLSessionDownloadTask> NSURLSession::downloadTaskWithURL(
     const std::shared_ptr<NSURL>& url,
     NSURLSessionDownloadTaskCompletionHandler completionHandler) {
-  return std::make_shared<NSURLSessionDownloadTask>(
-      NSURLSessionDownloadTask::Passkey(), _engine, _engine->nextTaskIdentifier(), requestFor(url),
-      std::move(completionHandler));
+  return std::make_shared<NSURLSessionDownloadTask>(NSURLSessionDownloadTask::Passkey(), _engine,
+                                                    _engine->nextTaskIdentifier(), requestFor(url),
+                                                    std::move(completionHandler));
 }
 
-void NSURLSession::finishTasksAndInvalidate() { _engine->invalidate(false); }
+void NSURLSession::finishTasksAndInvalidate() {
+  _engine->invalidate(false);
+}
 
-void NSURLSession::invalidateAndCancel() { _engine->invalidate(true); }
+void NSURLSession::invalidateAndCancel() {
+  _engine->invalidate(true);
+}
 
 }  // namespace zu

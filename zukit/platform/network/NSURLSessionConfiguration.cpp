@@ -2,7 +2,8 @@
 
 namespace zu {
 
-std::shared_ptr<NSURLSessionConfiguration> NSURLSessionConfiguration::defaultSessionConfiguration() {
+std::shared_ptr<NSURLSessionConfiguration>
+NSURLSessionConfiguration::defaultSessionConfiguration() {
   auto configuration = std::make_shared<NSURLSessionConfiguration>(Passkey());
   configuration->_urlCache = NSURLCache::sharedURLCache();
   return configuration;

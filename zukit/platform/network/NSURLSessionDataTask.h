@@ -10,9 +10,9 @@ namespace zu {
 
 // The completion of a data task: the body (none on error), the response (none on error) and
 // the error (none on success). An HTTP status of any value is a success.
-using NSURLSessionDataTaskCompletionHandler = std::function<void(
-    std::optional<Data> data, std::shared_ptr<NSURLResponse> response,
-    std::shared_ptr<NSError> error)>;
+using NSURLSessionDataTaskCompletionHandler =
+    std::function<void(std::optional<Data> data, std::shared_ptr<NSURLResponse> response,
+                       std::shared_ptr<NSError> error)>;
 
 // A task whose body is collected in memory.
 class NSURLSessionDataTask final : public NSURLSessionTask {

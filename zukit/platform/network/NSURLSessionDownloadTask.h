@@ -11,9 +11,9 @@ namespace zu {
 // The completion of a download task: the file URL of the downloaded body (none on error), the
 // response (none on error) and the error (none on success). The file lies in
 // NSTemporaryDirectory() and exists only while the handler runs: move or copy it there.
-using NSURLSessionDownloadTaskCompletionHandler = std::function<void(
-    std::shared_ptr<NSURL> location, std::shared_ptr<NSURLResponse> response,
-    std::shared_ptr<NSError> error)>;
+using NSURLSessionDownloadTaskCompletionHandler =
+    std::function<void(std::shared_ptr<NSURL> location, std::shared_ptr<NSURLResponse> response,
+                       std::shared_ptr<NSError> error)>;
 
 // A task whose body is written to a temporary file.
 class NSURLSessionDownloadTask final : public NSURLSessionTask {

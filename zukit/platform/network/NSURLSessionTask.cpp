@@ -48,13 +48,17 @@ NSURLSessionTaskState NSURLSessionTask::state() const {
 }
 
 void NSURLSessionTask::resume() {
+  auto self = std::static_pointer_cast<NSURLSessionTask>(shared_from_this());
+  bool accepted = false;
   {
     MutexLock lock(_mutex);
     if (_state != NSURLSessionTaskStateSuspended) return;
     _state = NSURLSessionTaskStateRunning;
+    // Handed over under the lock, so that a cancel() seeing "running" always reaches the
+    // transfer thread after the task itself.
+    accepted = _engine->start(self);
   }
-  auto self = std::static_pointer_cast<NSURLSessionTask>(shared_from_this());
-  if (!_engine->start(self)) {
+  if (!accepted) {
     // The session was invalidated: nothing more is loaded.
     finish({nullptr, NSURLErrorMake(NSURLErrorCancelled, _request->URL()), std::nullopt, {}});
   }
@@ -71,7 +75,7 @@ void NSURLSessionTask::cancel() {
     _state = NSURLSessionTaskStateCanceling;
   }
   if (started) {
-    _engine->cancel(this);
+    _engine->cancel(_identifier);
   } else {
     finish({nullptr, NSURLErrorMake(NSURLErrorCancelled, _request->URL()), std::nullopt, {}});
   }
@@ -89,9 +93,8 @@ bool NSURLSessionTask::finish(URLSessionTaskOutcome outcome) {
     _error = outcome.error;
   }
   auto self = std::static_pointer_cast<NSURLSessionTask>(shared_from_this());
-  dispatch_async(_engine->delegateQueue(), [self, outcome = std::move(outcome)]() mutable {
-    self->deliver(outcome);
-  });
+  dispatch_async(_engine->delegateQueue(),
+                 [self, outcome = std::move(outcome)]() mutable { self->deliver(outcome); });
   return true;
 }
 

@@ -58,12 +58,6 @@ class NSURLSessionTask : public Object {
   // Cancels the task: it completes with NSURLErrorCancelled unless it has already completed.
   void cancel();
 
-  // Marks the task completed with `outcome` and queues its completion handler on the delegate
-  // queue; false (and nothing queued, a download's file removed) when it had already
-  // completed. Called by the session's transfer thread.
-  bool finish(URLSessionTaskOutcome outcome);
-  // Counts received body bytes. Called by the session's transfer thread.
-  void addBytesReceived(std::size_t count) { _bytesReceived += static_cast<std::int64_t>(count); }
   // True for download tasks, whose body goes to a temporary file.
   virtual bool isDownloadTask() const = 0;
 
@@ -74,6 +68,14 @@ class NSURLSessionTask : public Object {
   virtual void callCompletionHandler(URLSessionTaskOutcome& outcome) = 0;
 
  private:
+  friend class URLSessionEngine;
+
+  // Marks the task completed with `outcome` and queues its completion handler on the delegate
+  // queue; false (and nothing queued, a download's file removed) when it had already
+  // completed.
+  bool finish(URLSessionTaskOutcome outcome);
+  // Counts received body bytes (on the transfer thread).
+  void addBytesReceived(std::size_t count) { _bytesReceived += static_cast<std::int64_t>(count); }
   void deliver(URLSessionTaskOutcome& outcome);
 
   const std::shared_ptr<URLSessionEngine> _engine;

@@ -1,11 +1,11 @@
 #include "zukit/platform/network/URLSessionEngine.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): mkostemps
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <mutex>
 #include <string>
@@ -45,7 +45,8 @@ const std::string& userAgent() {
 // Loopback hosts never go through a proxy, whatever the proxy variables say.
 const std::string& noProxyHosts() {
   static const std::string hosts = [] {
-    std::string list = environmentValue("no_proxy").value_or(environmentValue("NO_PROXY").value_or(""));
+    std::string list =
+        environmentValue("no_proxy").value_or(environmentValue("NO_PROXY").value_or(""));
     if (!list.empty()) list += ",";
     return list + "localhost,127.0.0.1,::1";
   }();
@@ -237,8 +238,8 @@ std::shared_ptr<URLSessionEngine> URLSessionEngine::create(
     const std::shared_ptr<NSURLSessionConfiguration>& configuration,
     dispatch_queue_t delegateQueue) {
   initializeCurl();
-  auto engine =
-      std::make_shared<URLSessionEngine>(Passkey(), configuration->copy(), std::move(delegateQueue));
+  auto engine = std::make_shared<URLSessionEngine>(Passkey(), configuration->copy(),
+                                                   std::move(delegateQueue));
   // The thread keeps the engine alive until it is invalidated and idle, so that tasks still
   // running when their session goes away complete normally.
   std::thread([engine] { engine->run(); }).detach();
@@ -270,10 +271,10 @@ bool URLSessionEngine::start(std::shared_ptr<NSURLSessionTask> task) {
   return true;
 }
 
-void URLSessionEngine::cancel(const NSURLSessionTask* task) {
+void URLSessionEngine::cancel(NSUInteger identifier) {
   {
     MutexLock lock(_mutex);
-    _cancellations.push_back(task);
+    _cancellations.push_back(identifier);
   }
   curl_multi_wakeup(_multi);
 }
@@ -290,7 +291,7 @@ void URLSessionEngine::invalidate(bool cancelRunning) {
 void URLSessionEngine::run() {
   for (;;) {
     std::deque<std::shared_ptr<NSURLSessionTask>> incoming;
-    std::vector<const NSURLSessionTask*> cancellations;
+    std::vector<NSUInteger> cancellations;
     bool cancelAll = false;
     {
       MutexLock lock(_mutex);
@@ -301,15 +302,19 @@ void URLSessionEngine::run() {
     }
     for (const auto& task : incoming) {
       if (cancelAll) {
-        task->finish({nullptr, NSURLErrorMake(NSURLErrorCancelled, task->originalRequest()->URL()),
-                      std::nullopt, {}});
+        task->finish({nullptr,
+                      NSURLErrorMake(NSURLErrorCancelled, task->originalRequest()->URL()),
+                      std::nullopt,
+                      {}});
       } else {
         begin(task);
       }
     }
-    for (const NSURLSessionTask* task : cancellations) cancelTransfer(task);
+    for (const NSUInteger identifier : cancellations)
+      cancelTransfer(identifier);
     if (cancelAll) {
-      while (!_active.empty()) cancelTransfer(_active.begin()->second->task.get());
+      while (!_active.empty())
+        cancelTransfer(_active.begin()->second->task->taskIdentifier());
     }
     if (!_active.empty()) {
       int running = 0;
@@ -459,7 +464,9 @@ bool URLSessionEngine::configure(Transfer& transfer) {
     if (!value.isString()) continue;
     const std::string& fieldValue = *value.asString();
     // "Name;" is how the transport sends a field with an empty value ("Name:" would remove it).
-    const std::string line = fieldValue.empty() ? name + ";" : name + ": " + fieldValue;
+    std::string line = name;
+    line += fieldValue.empty() ? ";" : ": ";
+    line += fieldValue;
     list = curl_slist_append(list, line.c_str());
   }
   // No "Expect: 100-continue" round trip before a body.
@@ -476,14 +483,16 @@ void URLSessionEngine::deliverCached(const std::shared_ptr<NSURLSessionTask>& ta
   if (task->isDownloadTask()) {
     std::string path;
     const int fd = createDownloadFile(path);
-    const bool written = fd >= 0 && writeAll(fd, reinterpret_cast<const char*>(cached.data().data()),
-                                             cached.data().size());
+    const bool written =
+        fd >= 0 &&
+        writeAll(fd, reinterpret_cast<const char*>(cached.data().data()), cached.data().size());
     if (fd >= 0) ::close(fd);
     if (!written) {
       if (!path.empty()) ::unlink(path.c_str());
       outcome.response = nullptr;
-      outcome.error = NSURLErrorMake(fd < 0 ? NSURLErrorCannotCreateFile : NSURLErrorCannotWriteToFile,
-                                     task->originalRequest()->URL());
+      outcome.error =
+          NSURLErrorMake(fd < 0 ? NSURLErrorCannotCreateFile : NSURLErrorCannotWriteToFile,
+                         task->originalRequest()->URL());
     } else {
       outcome.filePath = path;
     }
@@ -513,11 +522,12 @@ void URLSessionEngine::completed(CURL* easy, CURLcode result) {
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
   char* effective = nullptr;
   curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &effective);
-  std::shared_ptr<NSURL> responseURL = effective != nullptr ? NSURL::URLWithString(effective) : nullptr;
+  std::shared_ptr<NSURL> responseURL =
+      effective != nullptr ? NSURL::URLWithString(effective) : nullptr;
   if (!responseURL) responseURL = url;
   const std::string version = transfer.statusLine.substr(0, transfer.statusLine.find(' '));
-  auto response = NSHTTPURLResponse::responseWithURL(responseURL, status, version,
-                                                     transfer.responseHeaders);
+  auto response =
+      NSHTTPURLResponse::responseWithURL(responseURL, status, version, transfer.responseHeaders);
   if (!response) {
     outcome.error = NSURLErrorMake(NSURLErrorBadServerResponse, url,
                                    "status " + std::to_string(status) + " is not an HTTP status");
@@ -555,9 +565,9 @@ void URLSessionEngine::finish(CURL* easy, URLSessionTaskOutcome outcome) {
   task->finish(std::move(outcome));
 }
 
-void URLSessionEngine::cancelTransfer(const NSURLSessionTask* task) {
+void URLSessionEngine::cancelTransfer(NSUInteger identifier) {
   for (const auto& [easy, transfer] : _active) {
-    if (transfer->task.get() != task) continue;
+    if (transfer->task->taskIdentifier() != identifier) continue;
     URLSessionTaskOutcome outcome;
     outcome.error = NSURLErrorMake(NSURLErrorCancelled, transfer->request->URL());
     return finish(easy, std::move(outcome));

@@ -41,8 +41,9 @@ class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEng
   NSUInteger nextTaskIdentifier() { return _nextIdentifier++; }
   // Hands a resumed task to the transfer thread; false once the engine was invalidated.
   bool start(std::shared_ptr<NSURLSessionTask> task);
-  // Asks the transfer thread to cancel the task's transfer, if it is still running.
-  void cancel(const NSURLSessionTask* task);
+  // Asks the transfer thread to cancel the transfer of the task with `identifier`, if it is
+  // still running. (Identifiers, unlike addresses, are never reused within a session.)
+  void cancel(NSUInteger identifier);
   // Takes no new tasks; running ones finish (or, with `cancelRunning`, are cancelled), then
   // the transfer thread ends.
   void invalidate(bool cancelRunning);
@@ -66,7 +67,7 @@ class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEng
   bool configure(Transfer& transfer);
   void completed(CURL* easy, CURLcode result);
   void finish(CURL* easy, URLSessionTaskOutcome outcome);
-  void cancelTransfer(const NSURLSessionTask* task);
+  void cancelTransfer(NSUInteger identifier);
   void expireIdleTransfers();
   int pollTimeoutMilliseconds();
 
@@ -77,7 +78,7 @@ class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEng
 
   Mutex _mutex;
   std::deque<std::shared_ptr<NSURLSessionTask>> _incoming ZU_GUARDED_BY(_mutex);
-  std::vector<const NSURLSessionTask*> _cancellations ZU_GUARDED_BY(_mutex);
+  std::vector<NSUInteger> _cancellations ZU_GUARDED_BY(_mutex);
   bool _invalidated ZU_GUARDED_BY(_mutex) = false;
   bool _cancelAll ZU_GUARDED_BY(_mutex) = false;
 

@@ -25,13 +25,15 @@ std::uint32_t crc32(const std::uint8_t* bytes, std::size_t length) {
     std::array<std::uint32_t, 256> entries{};
     for (std::uint32_t n = 0; n < 256; ++n) {
       std::uint32_t c = n;
-      for (int k = 0; k < 8; ++k) c = (c & 1) != 0 ? 0xEDB88320U ^ (c >> 1) : c >> 1;
+      for (int k = 0; k < 8; ++k)
+        c = (c & 1) != 0 ? 0xEDB88320U ^ (c >> 1) : c >> 1;
       entries[n] = c;
     }
     return entries;
   }();
   std::uint32_t c = 0xFFFFFFFFU;
-  for (std::size_t i = 0; i < length; ++i) c = table[(c ^ bytes[i]) & 0xFF] ^ (c >> 8);
+  for (std::size_t i = 0; i < length; ++i)
+    c = table[(c ^ bytes[i]) & 0xFF] ^ (c >> 8);
   return c ^ 0xFFFFFFFFU;
 }
 
@@ -94,7 +96,8 @@ std::optional<ImageHeader> readJPEG(const std::uint8_t* bytes, std::size_t lengt
   std::optional<ImageHeader> frame;
   while (true) {
     if (offset >= length || bytes[offset] != 0xFF) return std::nullopt;
-    while (offset < length && bytes[offset] == 0xFF) ++offset;  // fill bytes
+    while (offset < length && bytes[offset] == 0xFF)
+      ++offset;  // fill bytes
     if (offset >= length) return std::nullopt;
     const std::uint8_t marker = bytes[offset++];
     if (marker == 0x00 || marker == 0xD8 || marker == 0xD9) return std::nullopt;
@@ -136,7 +139,8 @@ bool skipSubBlocks(const std::uint8_t* bytes, std::size_t length, std::size_t& o
 }
 
 std::optional<ImageHeader> readGIF(const std::uint8_t* bytes, std::size_t length) {
-  if (length < 13 || (std::memcmp(bytes, "GIF87a", 6) != 0 && std::memcmp(bytes, "GIF89a", 6) != 0)) {
+  if (length < 13 ||
+      (std::memcmp(bytes, "GIF87a", 6) != 0 && std::memcmp(bytes, "GIF89a", 6) != 0)) {
     return std::nullopt;
   }
   const std::uint16_t width = littleEndian16(bytes + 6);

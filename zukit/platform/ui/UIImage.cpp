@@ -7,7 +7,9 @@
 
 namespace zu {
 
-std::shared_ptr<UIImage> UIImage::imageWithData(const Data& data) { return imageWithData(data, 1); }
+std::shared_ptr<UIImage> UIImage::imageWithData(const Data& data) {
+  return imageWithData(data, 1);
+}
 
 std::shared_ptr<UIImage> UIImage::imageWithData(const Data& data, CGFloat scale) {
   if (!(scale > 0) || !std::isfinite(scale)) return nullptr;
@@ -28,7 +30,7 @@ CGSize UIImage::size() const {
 std::string UIImage::description() const {
   const CGSize points = size();
   return zu::format("<UIImage: %p>, {%g, %g}", static_cast<const void*>(this), points.width,
-                points.height);
+                    points.height);
 }
 
 }  // namespace zu
