@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "zukit/platform/dispatch/Dispatch.h"
 #include "zukit/platform/foundation/Environment.h"
@@ -28,6 +29,8 @@ constexpr long kMaximumRedirects = 16;
 // The longest the transfer thread sleeps between looks at its commands when idle; commands
 // wake it at once, this only bounds the cost of a lost wake-up.
 constexpr int kIdlePollMilliseconds = 10000;
+// The most finished easy handles kept for reuse.
+constexpr std::size_t kSpareHandles = 32;
 
 void initializeCurl() {
   static std::once_flag once;
@@ -258,25 +261,31 @@ URLSessionEngine::URLSessionEngine(Passkey /*unused*/,
 
 URLSessionEngine::~URLSessionEngine() {
   _active.clear();
+  for (CURL* easy : _spareHandles)
+    curl_easy_cleanup(easy);
   curl_multi_cleanup(_multi);
 }
 
 bool URLSessionEngine::start(std::shared_ptr<NSURLSessionTask> task) {
+  bool wake = false;
   {
     MutexLock lock(_mutex);
     if (_invalidated) return false;
     _incoming.push_back(std::move(task));
+    wake = std::exchange(_sleeping, false);
   }
-  curl_multi_wakeup(_multi);
+  if (wake) curl_multi_wakeup(_multi);
   return true;
 }
 
 void URLSessionEngine::cancel(NSUInteger identifier) {
+  bool wake = false;
   {
     MutexLock lock(_mutex);
     _cancellations.push_back(identifier);
+    wake = std::exchange(_sleeping, false);
   }
-  curl_multi_wakeup(_multi);
+  if (wake) curl_multi_wakeup(_multi);
 }
 
 void URLSessionEngine::invalidate(bool cancelRunning) {
@@ -296,6 +305,7 @@ void URLSessionEngine::run() {
     {
       MutexLock lock(_mutex);
       if (_invalidated && _incoming.empty() && _active.empty()) break;
+      _sleeping = false;
       incoming.swap(_incoming);
       cancellations.swap(_cancellations);
       cancelAll = _cancelAll;
@@ -325,7 +335,14 @@ void URLSessionEngine::run() {
       }
       expireIdleTransfers();
     }
-    curl_multi_poll(_multi, nullptr, 0, pollTimeoutMilliseconds(), nullptr);
+    const int timeout = pollTimeoutMilliseconds();
+    {
+      // Work that arrived meanwhile is taken at once; from here on, new work wakes the poll.
+      MutexLock lock(_mutex);
+      if (!_incoming.empty() || !_cancellations.empty() || _invalidated) continue;
+      _sleeping = true;
+    }
+    curl_multi_poll(_multi, nullptr, 0, timeout, nullptr);
   }
 }
 
@@ -374,7 +391,12 @@ void URLSessionEngine::begin(const std::shared_ptr<NSURLSessionTask>& task) {
   auto transfer = std::make_unique<Transfer>();
   transfer->task = task;
   transfer->request = request;
-  transfer->easy.reset(curl_easy_init());
+  if (_spareHandles.empty()) {
+    transfer->easy.reset(curl_easy_init());
+  } else {
+    transfer->easy.reset(_spareHandles.back());
+    _spareHandles.pop_back();
+  }
   if (!transfer->easy) return fail(NSURLErrorUnknown, "the transfer could not be set up");
   if (task->isDownloadTask()) {
     transfer->fd = createDownloadFile(transfer->filePath);
@@ -522,9 +544,13 @@ void URLSessionEngine::completed(CURL* easy, CURLcode result) {
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
   char* effective = nullptr;
   curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &effective);
-  std::shared_ptr<NSURL> responseURL =
-      effective != nullptr ? NSURL::URLWithString(effective) : nullptr;
-  if (!responseURL) responseURL = url;
+  // The request's own URL unless redirects led elsewhere.
+  const std::string& requested = url->absoluteString();
+  std::shared_ptr<NSURL> responseURL = url;
+  if (effective != nullptr && requested.compare(0, requested.find('#'), effective) != 0) {
+    responseURL = NSURL::URLWithString(effective);
+    if (!responseURL) responseURL = url;
+  }
   const std::string version = transfer.statusLine.substr(0, transfer.statusLine.find(' '));
   auto response =
       NSHTTPURLResponse::responseWithURL(responseURL, status, version, transfer.responseHeaders);
@@ -560,6 +586,10 @@ void URLSessionEngine::finish(CURL* easy, URLSessionTaskOutcome outcome) {
   std::unique_ptr<Transfer> transfer = std::move(found->second);
   _active.erase(found);
   curl_multi_remove_handle(_multi, easy);
+  if (_spareHandles.size() < kSpareHandles) {
+    curl_easy_reset(transfer->easy.release());
+    _spareHandles.push_back(easy);
+  }
   const std::shared_ptr<NSURLSessionTask> task = transfer->task;
   transfer.reset();  // closes and removes a download file the task did not take
   task->finish(std::move(outcome));

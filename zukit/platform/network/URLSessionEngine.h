@@ -81,9 +81,15 @@ class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEng
   std::vector<NSUInteger> _cancellations ZU_GUARDED_BY(_mutex);
   bool _invalidated ZU_GUARDED_BY(_mutex) = false;
   bool _cancelAll ZU_GUARDED_BY(_mutex) = false;
+  // True while the transfer thread waits in curl_multi_poll(): only then does new work need
+  // to wake it.
+  bool _sleeping ZU_GUARDED_BY(_mutex) = false;
 
   // Touched by the transfer thread only.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> _active;
+  // Finished easy handles, reset and kept for the next transfers: a reused handle keeps its
+  // buffers, which saves most of the cost of setting up a transfer.
+  std::vector<CURL*> _spareHandles;
 };
 
 }  // namespace zu
