@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -34,18 +35,28 @@ std::vector<std::string>& scratchDirectories() {
 }
 
 // Keeps each benchmark's time per operation in nanoseconds while the console shows the runs.
+// A benchmark run with repetitions is represented by its median, the figure least moved by a
+// busy machine.
 class CollectingReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+      if (run.error_occurred) continue;
       const double perUnit = benchmark::GetTimeUnitMultiplier(run.time_unit);
-      times[run.benchmark_name()] = run.GetAdjustedRealTime() / perUnit * 1e9;
+      const double nanoseconds = run.GetAdjustedRealTime() / perUnit * 1e9;
+      const std::string name = run.run_name.str();
+      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
+        times[name] = nanoseconds;
+        medians.insert(name);
+      } else if (run.run_type == Run::RT_Iteration && !medians.contains(name)) {
+        times[name] = nanoseconds;
+      }
     }
     ConsoleReporter::ReportRuns(runs);
   }
 
   std::map<std::string, double> times;
+  std::set<std::string> medians;
 };
 
 }  // namespace

@@ -17,6 +17,13 @@ SerialDispatchQueue::SerialDispatchQueue(std::string label, DispatchExecutor& ex
                                          bool lingers)
     : DispatchQueue(std::move(label)), _executor(executor), _lingers(lingers) {}
 
+SerialDispatchQueue::SerialDispatchQueue(std::string label,
+                                         std::shared_ptr<DispatchExecutor> executor, bool lingers)
+    : DispatchQueue(std::move(label)),
+      _ownedExecutor(std::move(executor)),
+      _executor(*_ownedExecutor),
+      _lingers(lingers) {}
+
 void SerialDispatchQueue::async(dispatch_block_t block) {
   bool schedule = false;
   {

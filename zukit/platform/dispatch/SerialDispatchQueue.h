@@ -18,6 +18,8 @@ class SerialDispatchQueue final : public DispatchQueue {
   // A queue labelled `label` whose blocks run on `executor`, which must outlive the queue;
   // `lingers` lets a drained turn wait briefly for more blocks (not for the main run loop).
   SerialDispatchQueue(std::string label, DispatchExecutor& executor, bool lingers = true);
+  // A queue labelled `label` whose blocks run on `executor`, which the queue keeps alive.
+  SerialDispatchQueue(std::string label, std::shared_ptr<DispatchExecutor> executor, bool lingers);
 
   bool isSerial() const override { return true; }
   void async(dispatch_block_t block) override;
@@ -31,6 +33,7 @@ class SerialDispatchQueue final : public DispatchQueue {
   bool takeNext(dispatch_block_t& block);
   bool lingerForWork() const;
 
+  const std::shared_ptr<DispatchExecutor> _ownedExecutor;
   DispatchExecutor& _executor;
   const bool _lingers;
   std::atomic<std::size_t> _pendingCount{0};

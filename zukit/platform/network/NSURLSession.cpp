@@ -21,8 +21,8 @@ std::shared_ptr<NSURLSession> NSURLSession::sessionWithConfiguration(
 NSURLSession::NSURLSession(Passkey /*unused*/,
                            const std::shared_ptr<NSURLSessionConfiguration>& configuration)
     : _engine(URLSessionEngine::create(
-          configuration ? configuration : NSURLSessionConfiguration::defaultSessionConfiguration(),
-          dispatch_queue_create("zu.NSURLSession.delegateQueue", DISPATCH_QUEUE_SERIAL))) {}
+          configuration ? configuration
+                        : NSURLSessionConfiguration::defaultSessionConfiguration())) {}
 
 NSURLSession::~NSURLSession() {
   _engine->invalidate(false);

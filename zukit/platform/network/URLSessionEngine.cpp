@@ -13,6 +13,8 @@
 #include <utility>
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/dispatch/DispatchPool.h"
+#include "zukit/platform/dispatch/SerialDispatchQueue.h"
 #include "zukit/platform/foundation/Environment.h"
 #include "zukit/platform/foundation/NSSearchPath.h"
 #include "zukit/platform/network/HTTPHeaderFields.h"
@@ -238,11 +240,9 @@ struct URLSessionEngine::Transfer {
 };
 
 std::shared_ptr<URLSessionEngine> URLSessionEngine::create(
-    const std::shared_ptr<NSURLSessionConfiguration>& configuration,
-    dispatch_queue_t delegateQueue) {
+    const std::shared_ptr<NSURLSessionConfiguration>& configuration) {
   initializeCurl();
-  auto engine = std::make_shared<URLSessionEngine>(Passkey(), configuration->copy(),
-                                                   std::move(delegateQueue));
+  auto engine = std::make_shared<URLSessionEngine>(Passkey(), configuration->copy());
   // The thread keeps the engine alive until it is invalidated and idle, so that tasks still
   // running when their session goes away complete normally.
   std::thread([engine] { engine->run(); }).detach();
@@ -250,10 +250,11 @@ std::shared_ptr<URLSessionEngine> URLSessionEngine::create(
 }
 
 URLSessionEngine::URLSessionEngine(Passkey /*unused*/,
-                                   std::shared_ptr<NSURLSessionConfiguration> configuration,
-                                   dispatch_queue_t delegateQueue)
+                                   std::shared_ptr<NSURLSessionConfiguration> configuration)
     : _configuration(std::move(configuration)),
-      _delegateQueue(std::move(delegateQueue)),
+      _deliveryExecutor(std::make_shared<SessionDeliveryExecutor>(this)),
+      _delegateQueue(std::make_shared<SerialDispatchQueue>("zu.NSURLSession.delegateQueue",
+                                                           _deliveryExecutor, false)),
       _multi(curl_multi_init()) {
   curl_multi_setopt(_multi, CURLMOPT_MAX_HOST_CONNECTIONS,
                     static_cast<long>(_configuration->HTTPMaximumConnectionsPerHost()));
@@ -297,17 +298,33 @@ void URLSessionEngine::invalidate(bool cancelRunning) {
   curl_multi_wakeup(_multi);
 }
 
+void URLSessionEngine::postDeliveryJob(std::function<void()> job) {
+  bool wake = false;
+  {
+    MutexLock lock(_mutex);
+    _deliveryJobs.push_back(std::move(job));
+    wake = std::exchange(_sleeping, false);
+  }
+  if (wake) curl_multi_wakeup(_multi);
+}
+
+bool URLSessionEngine::hasWorkLocked() const {
+  return !_incoming.empty() || !_cancellations.empty() || !_deliveryJobs.empty() || _cancelAll;
+}
+
 void URLSessionEngine::run() {
   for (;;) {
     std::deque<std::shared_ptr<NSURLSessionTask>> incoming;
     std::vector<NSUInteger> cancellations;
+    std::vector<std::function<void()>> jobs;
     bool cancelAll = false;
     {
       MutexLock lock(_mutex);
-      if (_invalidated && _incoming.empty() && _active.empty()) break;
+      if (_invalidated && _incoming.empty() && _active.empty() && _deliveryJobs.empty()) break;
       _sleeping = false;
       incoming.swap(_incoming);
       cancellations.swap(_cancellations);
+      jobs.swap(_deliveryJobs);
       cancelAll = _cancelAll;
     }
     for (const auto& task : incoming) {
@@ -335,15 +352,27 @@ void URLSessionEngine::run() {
       }
       expireIdleTransfers();
     }
+    // The delegate queue's blocks (completion handlers among them) run here, in order.
+    for (auto& job : jobs)
+      job();
     const int timeout = pollTimeoutMilliseconds();
     {
       // Work that arrived meanwhile is taken at once; from here on, new work wakes the poll.
       MutexLock lock(_mutex);
-      if (!_incoming.empty() || !_cancellations.empty() || _invalidated) continue;
+      if (hasWorkLocked() || (_invalidated && _active.empty())) continue;
       _sleeping = true;
     }
     curl_multi_poll(_multi, nullptr, 0, timeout, nullptr);
   }
+  // Blocks submitted to the delegate queue from now on run on the worker pool.
+  _deliveryExecutor->detach();
+  std::vector<std::function<void()>> jobs;
+  {
+    MutexLock lock(_mutex);
+    jobs.swap(_deliveryJobs);
+  }
+  for (auto& job : jobs)
+    DispatchPool::shared().post(std::move(job));
 }
 
 int URLSessionEngine::pollTimeoutMilliseconds() {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -17,6 +18,7 @@
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/network/NSURLSessionConfiguration.h"
 #include "zukit/platform/network/NSURLSessionTask.h"
+#include "zukit/platform/network/SessionDeliveryExecutor.h"
 
 namespace zu {
 
@@ -24,11 +26,10 @@ class NSCachedURLResponse;
 
 class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEngine> {
  public:
-  // An engine with its own copy of `configuration`, delivering on `delegateQueue`; its
-  // transfer thread runs until the engine is invalidated and idle.
+  // An engine with its own copy of `configuration`; its transfer thread runs until the engine
+  // is invalidated and idle, and also runs the blocks of the delegate queue meanwhile.
   static std::shared_ptr<URLSessionEngine> create(
-      const std::shared_ptr<NSURLSessionConfiguration>& configuration,
-      dispatch_queue_t delegateQueue);
+      const std::shared_ptr<NSURLSessionConfiguration>& configuration);
   ~URLSessionEngine();
   URLSessionEngine(const URLSessionEngine&) = delete;
   URLSessionEngine& operator=(const URLSessionEngine&) = delete;
@@ -47,20 +48,22 @@ class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEng
   // Takes no new tasks; running ones finish (or, with `cancelRunning`, are cancelled), then
   // the transfer thread ends.
   void invalidate(bool cancelRunning);
+  // Queues a job of the delegate queue for the transfer thread (SessionDeliveryExecutor only).
+  void postDeliveryJob(std::function<void()> job);
 
   // Made by create() only.
   class Passkey {
     friend class URLSessionEngine;
     Passkey() = default;
   };
-  URLSessionEngine(Passkey /*unused*/, std::shared_ptr<NSURLSessionConfiguration> configuration,
-                   dispatch_queue_t delegateQueue);
+  URLSessionEngine(Passkey /*unused*/, std::shared_ptr<NSURLSessionConfiguration> configuration);
 
  private:
   struct Transfer;
   using Clock = std::chrono::steady_clock;
 
   void run();
+  bool hasWorkLocked() const ZU_REQUIRES(_mutex);
   void begin(const std::shared_ptr<NSURLSessionTask>& task);
   void deliverCached(const std::shared_ptr<NSURLSessionTask>& task,
                      const NSCachedURLResponse& cached);
@@ -72,6 +75,7 @@ class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEng
   int pollTimeoutMilliseconds();
 
   const std::shared_ptr<NSURLSessionConfiguration> _configuration;
+  const std::shared_ptr<SessionDeliveryExecutor> _deliveryExecutor;
   const dispatch_queue_t _delegateQueue;
   CURLM* const _multi;
   std::atomic<NSUInteger> _nextIdentifier{1};
@@ -79,6 +83,7 @@ class URLSessionEngine final : public std::enable_shared_from_this<URLSessionEng
   Mutex _mutex;
   std::deque<std::shared_ptr<NSURLSessionTask>> _incoming ZU_GUARDED_BY(_mutex);
   std::vector<NSUInteger> _cancellations ZU_GUARDED_BY(_mutex);
+  std::vector<std::function<void()>> _deliveryJobs ZU_GUARDED_BY(_mutex);
   bool _invalidated ZU_GUARDED_BY(_mutex) = false;
   bool _cancelAll ZU_GUARDED_BY(_mutex) = false;
   // True while the transfer thread waits in curl_multi_poll(): only then does new work need
