@@ -66,7 +66,7 @@ void BM_ZuLoggerCaller(benchmark::State& state) {
     ZuLogger::log(3, "-[Bench run]", "message %d with a value %@", ++i, "text");
   waitForLogFile();
 }
-BENCHMARK(BM_ZuLoggerCaller)->MinTime(0.5);
+BENCHMARK(BM_ZuLoggerCaller)->MinTime(0.5)->Repetitions(5)->ReportAggregatesOnly(true);
 
 void BM_SpdlogAsyncCaller(benchmark::State& state) {
   const auto logger = asyncLogger();
@@ -75,7 +75,7 @@ void BM_SpdlogAsyncCaller(benchmark::State& state) {
     logger->info("message {} with a value {}", ++i, "text");
   waitForAsyncLogger();
 }
-BENCHMARK(BM_SpdlogAsyncCaller)->MinTime(0.5);
+BENCHMARK(BM_SpdlogAsyncCaller)->MinTime(0.5)->Repetitions(5)->ReportAggregatesOnly(true);
 
 void BM_SpdlogSyncCaller(benchmark::State& state) {
   const auto logger = syncLogger();
@@ -84,7 +84,7 @@ void BM_SpdlogSyncCaller(benchmark::State& state) {
     logger->info("message {} with a value {}", ++i, "text");
   logger->flush();
 }
-BENCHMARK(BM_SpdlogSyncCaller)->MinTime(0.5);
+BENCHMARK(BM_SpdlogSyncCaller)->MinTime(0.5)->Repetitions(5)->ReportAggregatesOnly(true);
 
 // --- Sustained: a batch of messages until every byte is in the file ---
 
@@ -98,7 +98,11 @@ void BM_ZuLoggerSustained(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * kBatch);
 }
-BENCHMARK(BM_ZuLoggerSustained)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+BENCHMARK(BM_ZuLoggerSustained)
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(1.0)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 void BM_SpdlogSyncSustained(benchmark::State& state) {
   const auto logger = syncLogger();
@@ -109,7 +113,11 @@ void BM_SpdlogSyncSustained(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * kBatch);
 }
-BENCHMARK(BM_SpdlogSyncSustained)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+BENCHMARK(BM_SpdlogSyncSustained)
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(1.0)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 void BM_SpdlogAsyncSustained(benchmark::State& state) {
   const auto logger = asyncLogger();
@@ -120,7 +128,11 @@ void BM_SpdlogAsyncSustained(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * kBatch);
 }
-BENCHMARK(BM_SpdlogAsyncSustained)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+BENCHMARK(BM_SpdlogAsyncSustained)
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(1.0)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 std::vector<std::string> preformattedLines() {
   std::vector<std::string> lines;
@@ -144,7 +156,11 @@ void BM_RawWritePerLine(benchmark::State& state) {
   ::close(fd);
   state.SetItemsProcessed(state.iterations() * kBatch);
 }
-BENCHMARK(BM_RawWritePerLine)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+BENCHMARK(BM_RawWritePerLine)
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(1.0)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 // The same bytes gathered into one write() per batch.
 void BM_RawWriteBatched(benchmark::State& state) {
@@ -159,7 +175,11 @@ void BM_RawWriteBatched(benchmark::State& state) {
   ::close(fd);
   state.SetItemsProcessed(state.iterations() * kBatch);
 }
-BENCHMARK(BM_RawWriteBatched)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+BENCHMARK(BM_RawWriteBatched)
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(1.0)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 // --- The per-call date formatter ---
 
@@ -199,16 +219,18 @@ void BM_IcuFormatterReused(benchmark::State& state) {
 }
 BENCHMARK(BM_IcuFormatterReused);
 
-const zukit::bench::RatioRegistration kCaller("BM_ZuLoggerCaller/min_time:0.500",
-                                              "BM_SpdlogAsyncCaller/min_time:0.500", 1.0);
-const zukit::bench::RatioRegistration kSustained("BM_ZuLoggerSustained/min_time:1.000",
-                                                 "BM_SpdlogSyncSustained/min_time:1.000", 1.0);
-const zukit::bench::RatioRegistration kSustainedAsync("BM_ZuLoggerSustained/min_time:1.000",
-                                                      "BM_SpdlogAsyncSustained/min_time:1.000");
-const zukit::bench::RatioRegistration kLimit("BM_ZuLoggerSustained/min_time:1.000",
-                                             "BM_RawWritePerLine/min_time:1.000");
-const zukit::bench::RatioRegistration kBatched("BM_ZuLoggerSustained/min_time:1.000",
-                                               "BM_RawWriteBatched/min_time:1.000");
+const zukit::bench::RatioRegistration kCaller("BM_ZuLoggerCaller/min_time:0.500/repeats:5",
+                                              "BM_SpdlogAsyncCaller/min_time:0.500/repeats:5", 1.0);
+const zukit::bench::RatioRegistration kSustained("BM_ZuLoggerSustained/min_time:1.000/repeats:5",
+                                                 "BM_SpdlogSyncSustained/min_time:1.000/repeats:5",
+                                                 1.0);
+const zukit::bench::RatioRegistration kSustainedAsync(
+    "BM_ZuLoggerSustained/min_time:1.000/repeats:5",
+    "BM_SpdlogAsyncSustained/min_time:1.000/repeats:5");
+const zukit::bench::RatioRegistration kLimit("BM_ZuLoggerSustained/min_time:1.000/repeats:5",
+                                             "BM_RawWritePerLine/min_time:1.000/repeats:5");
+const zukit::bench::RatioRegistration kBatched("BM_ZuLoggerSustained/min_time:1.000/repeats:5",
+                                               "BM_RawWriteBatched/min_time:1.000/repeats:5");
 const zukit::bench::RatioRegistration kFormatter("BM_DateFormatterFreshPerCall",
                                                  "BM_IcuFormatterReused");
 const zukit::bench::RatioRegistration kFormatterCreated("BM_IcuFormatterCreatedPerCall",

@@ -203,11 +203,13 @@ void ZuLogger::queueWrite() {
 }
 
 void ZuLogger::writePending() {
-  std::string bytes;
+  // The two buffers trade places, so both keep their capacity: no allocation (and no fresh
+  // pages) per write once they have grown.
   {
     zu::MutexLock lock(_pendingMutex);
     _writeQueued = false;
-    bytes.swap(_pending);
+    _writing.swap(_pending);
   }
-  if (_fileHandler && !bytes.empty()) _fileHandler->writeData(bytes);
+  if (_fileHandler && !_writing.empty()) _fileHandler->writeData(_writing);
+  _writing.clear();
 }

@@ -93,6 +93,8 @@ class ZuLogger : public zu::Object {
   zu::Mutex _pendingMutex;
   std::string _pending ZU_GUARDED_BY(_pendingMutex);
   bool _writeQueued ZU_GUARDED_BY(_pendingMutex) = false;
+  // The bytes being written; touched only by blocks on the log queue.
+  std::string _writing;
 };
 
 // The log queue: a serial queue labelled "com.Zu.userlog", created once per process.
