@@ -133,7 +133,7 @@ inline std::string echoHeader(const zu::Dictionary& echo, const std::string& nam
 // Points TMPDIR at a fresh directory of the test home, where download tasks put their files.
 // Call at the start of a test, before any session is made.
 inline std::string usePrivateTemporaryDirectory() {
-  const std::string directory =
+  std::string directory =
       TestHome::current() + "/tmp-" + testing::UnitTest::GetInstance()->current_test_info()->name();
   std::filesystem::create_directories(directory);
   setenv("TMPDIR", directory.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)

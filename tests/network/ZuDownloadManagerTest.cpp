@@ -63,9 +63,10 @@ class Recorder {
       seen.data = data;
       seen.error = error;
       seen.finished = finished;
-      if (!state->key.empty())
+      if (!state->key.empty()) {
         seen.cachedDuringCallback =
             ZuImageDiskCache::cache()->containsImageDataForKey(Value(state->key));
+      }
       record(*state, seen);
     };
   }

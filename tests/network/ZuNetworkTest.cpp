@@ -404,15 +404,15 @@ TEST_F(ZuNetworkTest, AMissingRelativeURLSendsNothingAndCallsNothing) {
 
 TEST_F(ZuNetworkTest, RequestsFromManyThreadsEachCompleteOnceOnTheDeliveryQueue) {
   setEnvironment(1);
-  constexpr int kThreads = 8;
-  constexpr int kPerThread = 6;
-  std::vector<RequestRecorder> recorders(kThreads * kPerThread);
+  constexpr long kThreads = 8;
+  constexpr long kPerThread = 6;
+  std::vector<RequestRecorder> recorders(static_cast<std::size_t>(kThreads * kPerThread));
   std::vector<std::thread> threads;
   threads.reserve(kThreads);
-  for (int t = 0; t < kThreads; ++t) {
+  for (long t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
-      for (int i = 0; i < kPerThread; ++i) {
-        RequestRecorder& recorder = recorders[t * kPerThread + i];
+      for (long i = 0; i < kPerThread; ++i) {
+        RequestRecorder& recorder = recorders[static_cast<std::size_t>(t * kPerThread + i)];
         network->getRequestWithRelativeURLStr(Value("/echo/many"),
                                               Dictionary{{"n", t * kPerThread + i}},
                                               recorder.success(), recorder.failure());

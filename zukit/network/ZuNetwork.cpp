@@ -164,22 +164,22 @@ void ZuNetwork::requestWithRelativeUrl(const zu::Value& relativeUrl, std::int64_
     return;
   }
   _session
-      ->dataTaskWithRequest(
-          request,
-          [success = std::move(success), failure = std::move(failure)](
-              std::optional<zu::Data> data, std::shared_ptr<zu::NSURLResponse> response,
-              std::shared_ptr<zu::NSError> error) {
-            if (error) {
-              if (failure) failure(error);
-              return;
-            }
-            if (!success) return;
-            if (data) {
-              success(response, *data);
-            } else {
-              success(response, zu::Data());
-            }
-          })
+      ->dataTaskWithRequest(request,
+                            [success = std::move(success), failure = std::move(failure)](
+                                const std::optional<zu::Data>& data,
+                                const std::shared_ptr<zu::NSURLResponse>& response,
+                                const std::shared_ptr<zu::NSError>& error) {
+                              if (error) {
+                                if (failure) failure(error);
+                                return;
+                              }
+                              if (!success) return;
+                              if (data) {
+                                success(response, *data);
+                              } else {
+                                success(response, zu::Data());
+                              }
+                            })
       ->resume();
 }
 
