@@ -1,13 +1,24 @@
-// The HTTP session beside raw libcurl: 1,000 GETs to the embedded loopback server, one at a time
-// and sixteen at a time. The session adds its transfer thread, its delegate queue and the
-// request and response objects; the baselines reuse one easy handle (one at a time) or run a
-// multi handle directly (sixteen at a time).
+// The HTTP client beside raw libcurl: 1,000 GETs to the embedded loopback server, one at a time
+// and sixteen at a time, through ZuNetwork, through the platform session it stands on, and
+// through libcurl directly. The session adds its transfer thread, its delegate queue and the
+// request and response objects; ZuNetwork adds, per request, the environment read from the
+// shared store, the URL joined and parsed, the request built and one log line. The direct
+// baselines reuse one easy handle (one at a time) or run a multi handle (sixteen at a time) on
+// the benchmark's own thread; the hand-off baselines run the same libcurl calls on a worker
+// thread and hand each completion to the waiting thread through a condition variable, which is
+// the least any asynchronous client pays. Then the download manager's image download when the
+// image cache holds the URL, beside one that goes to the server.
 
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv
+
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -15,7 +26,13 @@
 
 #include "apps/loopback/EmbeddedHttpServer.h"
 #include "bench/BenchSupport.h"
+#include "zukit/network/ZuDownloadManager.h"
+#include "zukit/network/ZuNetwork.h"
+#include "zukit/network/ZuNetworkConfig.h"
+#include "zukit/platform/dispatch/Dispatch.h"
 #include "zukit/platform/network/NSURLSession.h"
+#include "zukit/storage/ZuImageDiskCache.h"
+#include "zukit/storage/ZuUserShare.h"
 
 namespace {
 
@@ -177,15 +194,309 @@ void RawCurl_1000GETs_SixteenAtATime(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kRequests);
 }
 
-BENCHMARK(NSURLSession_1000GETs_OneAtATime)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(RawCurl_1000GETs_OneAtATime)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(NSURLSession_1000GETs_SixteenAtATime)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(RawCurl_1000GETs_SixteenAtATime)->Unit(benchmark::kMillisecond)->UseRealTime();
+// --- ZuNetwork: the same GETs as a relative URL of the distribution environment ---
 
-const zukit::bench::RatioRegistration kOneAtATime("NSURLSession_1000GETs_OneAtATime/real_time",
-                                                  "RawCurl_1000GETs_OneAtATime/real_time", 1.1);
-const zukit::bench::RatioRegistration kSixteenAtATime(
-    "NSURLSession_1000GETs_SixteenAtATime/real_time", "RawCurl_1000GETs_SixteenAtATime/real_time",
-    1.1);
+// The app group whose shared store holds "envType". Declared before main() starts any thread,
+// since the declaration is an environment variable read at every lookup.
+constexpr const char* kGroup = "group.cn.com.quorvel.ZuKitBench";
+const bool kGroupDeclared = [] {
+  setenv("ZUKIT_APP_GROUPS", kGroup, 1);  // NOLINT(concurrency-mt-unsafe,cert-err33-c)
+  return true;
+}();
+
+// A ZuNetwork of the benchmark's group whose distribution host is the loopback server, with
+// "envType" 0 stored, so every request reads the shared store as an app's requests do.
+std::shared_ptr<ZuNetwork> benchNetwork() {
+  benchmark::DoNotOptimize(kGroupDeclared);
+  ZuUserShare::share()->setInteger(0, zu::Value("envType"), zu::Value(kGroup));
+  auto config = std::make_shared<ZuNetworkConfig>();
+  config->setDistributionEnvironmentHostName(zu::Value(server().baseURL()));
+  auto network = std::make_shared<ZuNetwork>(zu::Value(kGroup));
+  network->setConfig(config);
+  return network;
+}
+
+const zu::Value& benchParameters() {
+  static const zu::Value parameters(zu::Dictionary{{"size", 512}});
+  return parameters;
+}
+
+void ZuNetwork_1000GETs_OneAtATime(benchmark::State& state) {
+  const auto network = benchNetwork();
+  std::size_t bytes = 0;
+  int failures = 0;
+  while (state.KeepRunning()) {
+    for (int i = 0; i < kRequests; ++i) {
+      Countdown done(1);
+      network->getRequestWithRelativeURLStr(
+          zu::Value("/bytes"), benchParameters(),
+          [&](const std::shared_ptr<zu::NSURLResponse>&, const zu::Data& data) {
+            bytes += data.size();
+            done.arrive();
+          },
+          [&](const std::shared_ptr<zu::NSError>&) {
+            ++failures;
+            done.arrive();
+          });
+      done.wait();
+    }
+  }
+  if (failures > 0) state.SkipWithError("requests failed");
+  benchmark::DoNotOptimize(bytes);
+  state.SetItemsProcessed(state.iterations() * kRequests);
+}
+
+void ZuNetwork_1000GETs_SixteenAtATime(benchmark::State& state) {
+  const auto network = benchNetwork();
+  std::atomic<std::size_t> bytes{0};
+  std::atomic<int> failures{0};
+  while (state.KeepRunning()) {
+    Countdown done(kRequests);
+    std::atomic<int> started{0};
+    // Each completion starts the next request, so sixteen stay in flight.
+    std::function<void()> startOne = [&] {
+      if (started.fetch_add(1) >= kRequests) return;
+      network->getRequestWithRelativeURLStr(
+          zu::Value("/bytes"), benchParameters(),
+          [&](const std::shared_ptr<zu::NSURLResponse>&, const zu::Data& data) {
+            bytes += data.size();
+            startOne();
+            done.arrive();
+          },
+          [&](const std::shared_ptr<zu::NSError>&) {
+            ++failures;
+            startOne();
+            done.arrive();
+          });
+    };
+    for (int i = 0; i < kWide; ++i)
+      startOne();
+    done.wait();
+  }
+  if (failures > 0) state.SkipWithError("requests failed");
+  benchmark::DoNotOptimize(bytes.load());
+  state.SetItemsProcessed(state.iterations() * kRequests);
+}
+
+// --- Raw libcurl on a worker thread, each completion handed back through a condition variable ---
+
+// A worker thread that runs libcurl transfers of one URL and reports each finished transfer to
+// the thread that waits for it.
+class CurlWorker {
+ public:
+  explicit CurlWorker(int wide) : _multi(curl_multi_init()) {
+    curl_multi_setopt(_multi, CURLMOPT_MAX_HOST_CONNECTIONS, static_cast<long>(wide));
+    const std::string url = targetURL();
+    for (int i = 0; i < wide; ++i) {
+      CURL* easy = curl_easy_init();
+      curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+      curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+      curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &discardBody);
+      curl_easy_setopt(easy, CURLOPT_WRITEDATA, &_bytes);
+      _idle.push_back(easy);
+    }
+    _thread = std::thread([this] { run(); });
+  }
+  ~CurlWorker() {
+    {
+      const std::lock_guard<std::mutex> lock(_mutex);
+      _stopping = true;
+    }
+    curl_multi_wakeup(_multi);
+    _thread.join();
+    for (CURL* easy : _idle)
+      curl_easy_cleanup(easy);
+    curl_multi_cleanup(_multi);
+  }
+  CurlWorker(const CurlWorker&) = delete;
+  CurlWorker& operator=(const CurlWorker&) = delete;
+
+  // Asks the worker to start one more transfer.
+  void start() {
+    {
+      const std::lock_guard<std::mutex> lock(_mutex);
+      ++_requested;
+    }
+    curl_multi_wakeup(_multi);
+  }
+  // Waits until a transfer has finished and takes it.
+  void awaitCompletion() {
+    std::unique_lock<std::mutex> lock(_mutex);
+    _completed.wait(lock, [this] { return _finished > 0; });
+    --_finished;
+  }
+
+ private:
+  void run() {
+    for (;;) {
+      int toStart = 0;
+      {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        if (_stopping) return;
+        toStart = std::min(_requested, static_cast<int>(_idle.size()));
+        _requested -= toStart;
+      }
+      for (int i = 0; i < toStart; ++i) {
+        curl_multi_add_handle(_multi, _idle.back());
+        _idle.pop_back();
+      }
+      int running = 0;
+      curl_multi_perform(_multi, &running);
+      int left = 0;
+      int finished = 0;
+      while (CURLMsg* message = curl_multi_info_read(_multi, &left)) {
+        if (message->msg != CURLMSG_DONE) continue;
+        curl_multi_remove_handle(_multi, message->easy_handle);
+        _idle.push_back(message->easy_handle);
+        ++finished;
+      }
+      if (finished > 0) {
+        {
+          const std::lock_guard<std::mutex> lock(_mutex);
+          _finished += finished;
+        }
+        _completed.notify_one();
+      }
+      curl_multi_poll(_multi, nullptr, 0, 1000, nullptr);
+    }
+  }
+
+  CURLM* const _multi;
+  std::vector<CURL*> _idle;  // touched by the worker only, once it runs
+  std::size_t _bytes = 0;
+  std::mutex _mutex;
+  std::condition_variable _completed;
+  int _requested = 0;
+  int _finished = 0;
+  bool _stopping = false;
+  std::thread _thread;
+};
+
+void RawCurlHandOff_1000GETs_OneAtATime(benchmark::State& state) {
+  CurlWorker worker(1);
+  while (state.KeepRunning()) {
+    for (int i = 0; i < kRequests; ++i) {
+      worker.start();
+      worker.awaitCompletion();
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * kRequests);
+}
+
+void RawCurlHandOff_1000GETs_SixteenAtATime(benchmark::State& state) {
+  CurlWorker worker(kWide);
+  while (state.KeepRunning()) {
+    // The waiting thread takes each completion and starts the next request, so sixteen stay in
+    // flight.
+    for (int i = 0; i < kWide; ++i)
+      worker.start();
+    for (int finished = 0; finished < kRequests; ++finished) {
+      worker.awaitCompletion();
+      if (finished + kWide < kRequests) worker.start();
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * kRequests);
+}
+
+// --- Image downloads: answered by the image cache, or fetched from the server ---
+
+void ZuDownloadManager_ImageCacheHit(benchmark::State& state) {
+  const auto manager = ZuDownloadManager::sharedManager();
+  const auto url = zu::NSURL::URLWithString(zu::Value(server().baseURL() + "/image/png?hit"));
+  Countdown primed(1);
+  manager->downloadImageWithURL(
+      url, [&](const std::shared_ptr<zu::UIImage>&, const std::optional<zu::Data>&,
+               const std::shared_ptr<zu::NSError>&, bool) { primed.arrive(); });
+  primed.wait();
+  // The bytes are stored after the callback, on the delivery queue.
+  zu::dispatch_sync(manager->session()->delegateQueue(), [] {});
+  const long requests = server().requestCount("/image/png");
+  std::size_t images = 0;
+  for (auto _ : state) {
+    manager->downloadImageWithURL(
+        url, [&](const std::shared_ptr<zu::UIImage>& image, const std::optional<zu::Data>&,
+                 const std::shared_ptr<zu::NSError>&, bool) { images += image ? 1 : 0; });
+  }
+  if (server().requestCount("/image/png") != requests) state.SkipWithError("the cache missed");
+  if (images != static_cast<std::size_t>(state.iterations())) state.SkipWithError("no image");
+}
+
+void ZuDownloadManager_ImageCacheMiss(benchmark::State& state) {
+  const auto manager = ZuDownloadManager::sharedManager();
+  const auto cache = ZuImageDiskCache::cache();
+  const auto url = zu::NSURL::URLWithString(zu::Value(server().baseURL() + "/image/png?miss"));
+  const long requests = server().requestCount("/image/png");
+  std::size_t images = 0;
+  for (auto _ : state) {
+    Countdown done(1);
+    manager->downloadImageWithURL(
+        url, [&](const std::shared_ptr<zu::UIImage>& image, const std::optional<zu::Data>&,
+                 const std::shared_ptr<zu::NSError>&, bool) {
+          images += image ? 1 : 0;
+          done.arrive();
+        });
+    done.wait();
+    // Outside the measure: the store that follows the callback, and emptying the cache again.
+    state.PauseTiming();
+    zu::dispatch_sync(manager->session()->delegateQueue(), [] {});
+    cache->removeAllCaches();
+    state.ResumeTiming();
+  }
+  if (server().requestCount("/image/png") - requests != state.iterations()) {
+    state.SkipWithError("a download was answered without the server");
+  }
+  if (images != static_cast<std::size_t>(state.iterations())) state.SkipWithError("no image");
+}
+
+// Network runs are noisy: five repetitions each, compared by their medians.
+void repeated(benchmark::internal::Benchmark* benchmark) {
+  benchmark->Repetitions(5)->ReportAggregatesOnly(true);
+}
+void networkRuns(benchmark::internal::Benchmark* benchmark) {
+  repeated(benchmark->Unit(benchmark::kMillisecond)->UseRealTime());
+}
+
+BENCHMARK(ZuNetwork_1000GETs_OneAtATime)->Apply(&networkRuns);
+BENCHMARK(NSURLSession_1000GETs_OneAtATime)->Apply(&networkRuns);
+BENCHMARK(RawCurl_1000GETs_OneAtATime)->Apply(&networkRuns);
+BENCHMARK(RawCurlHandOff_1000GETs_OneAtATime)->Apply(&networkRuns);
+BENCHMARK(ZuNetwork_1000GETs_SixteenAtATime)->Apply(&networkRuns);
+BENCHMARK(NSURLSession_1000GETs_SixteenAtATime)->Apply(&networkRuns);
+BENCHMARK(RawCurl_1000GETs_SixteenAtATime)->Apply(&networkRuns);
+BENCHMARK(RawCurlHandOff_1000GETs_SixteenAtATime)->Apply(&networkRuns);
+BENCHMARK(ZuDownloadManager_ImageCacheHit)->Unit(benchmark::kMicrosecond)->Apply(&repeated);
+BENCHMARK(ZuDownloadManager_ImageCacheMiss)->Unit(benchmark::kMicrosecond)->Apply(&repeated);
+
+using zukit::bench::RatioRegistration;
+
+// The goal: ZuNetwork within 1.1x of raw libcurl.
+const RatioRegistration kZuOne("ZuNetwork_1000GETs_OneAtATime/repeats:5/real_time",
+                               "RawCurl_1000GETs_OneAtATime/repeats:5/real_time", 1.1);
+const RatioRegistration kZuSixteen("ZuNetwork_1000GETs_SixteenAtATime/repeats:5/real_time",
+                                   "RawCurl_1000GETs_SixteenAtATime/repeats:5/real_time", 1.1);
+// Where the time goes: ZuNetwork over its session, the session over the hand-off, the hand-off
+// over direct libcurl.
+const RatioRegistration kZuOverSessionOne("ZuNetwork_1000GETs_OneAtATime/repeats:5/real_time",
+                                          "NSURLSession_1000GETs_OneAtATime/repeats:5/real_time");
+const RatioRegistration kZuOverSessionSixteen(
+    "ZuNetwork_1000GETs_SixteenAtATime/repeats:5/real_time",
+    "NSURLSession_1000GETs_SixteenAtATime/repeats:5/real_time");
+const RatioRegistration kSessionOne("NSURLSession_1000GETs_OneAtATime/repeats:5/real_time",
+                                    "RawCurl_1000GETs_OneAtATime/repeats:5/real_time", 1.1);
+const RatioRegistration kSessionSixteen("NSURLSession_1000GETs_SixteenAtATime/repeats:5/real_time",
+                                        "RawCurl_1000GETs_SixteenAtATime/repeats:5/real_time", 1.1);
+const RatioRegistration kSessionOverHandOffOne(
+    "NSURLSession_1000GETs_OneAtATime/repeats:5/real_time",
+    "RawCurlHandOff_1000GETs_OneAtATime/repeats:5/real_time");
+const RatioRegistration kSessionOverHandOffSixteen(
+    "NSURLSession_1000GETs_SixteenAtATime/repeats:5/real_time",
+    "RawCurlHandOff_1000GETs_SixteenAtATime/repeats:5/real_time");
+const RatioRegistration kHandOffOne("RawCurlHandOff_1000GETs_OneAtATime/repeats:5/real_time",
+                                    "RawCurl_1000GETs_OneAtATime/repeats:5/real_time");
+const RatioRegistration kHandOffSixteen(
+    "RawCurlHandOff_1000GETs_SixteenAtATime/repeats:5/real_time",
+    "RawCurl_1000GETs_SixteenAtATime/repeats:5/real_time");
+const RatioRegistration kImageMiss("ZuDownloadManager_ImageCacheMiss/repeats:5",
+                                   "ZuDownloadManager_ImageCacheHit/repeats:5");
 
 }  // namespace
