@@ -284,6 +284,7 @@ TEST_F(ZuImageDiskCachePeriodicTest, StoresFromFourThreadsWhileTrimsRunEvery50Mi
   constexpr std::size_t kTotal = std::size_t{kThreads} * kStoresPerThread;
   const auto storeAll = [this](const std::string& prefix) {
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t) {
       threads.emplace_back([this, t, &prefix] {
         for (int i = 0; i < kStoresPerThread; ++i) {

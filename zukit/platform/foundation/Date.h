@@ -21,7 +21,10 @@ class Date {
   // The instant in UTC, "yyyy-MM-dd HH:mm:ss +0000", as "%@" prints it.
   std::string description() const;
 
-  constexpr auto operator<=>(const Date&) const = default;
+  constexpr bool operator==(const Date&) const = default;
+  constexpr std::partial_ordering operator<=>(const Date& other) const {
+    return _seconds <=> other._seconds;
+  }
 
  private:
   constexpr explicit Date(double seconds) : _seconds(seconds) {}

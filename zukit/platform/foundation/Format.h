@@ -22,7 +22,8 @@ class FormatArg {
   FormatArg(T value)  // NOLINT(google-explicit-constructor)
       : _kind(std::is_signed_v<T> ? Kind::Signed : Kind::Unsigned) {
     if constexpr (std::is_signed_v<T>) {
-      _signed = value;
+      // A signed char prints as its signed value, as printf prints it.
+      _signed = value;  // NOLINT(bugprone-signed-char-misuse)
     } else {
       _unsigned = value;
     }
