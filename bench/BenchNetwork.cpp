@@ -103,14 +103,20 @@ void NSURLSession_1000GETs_OneAtATime(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kRequests);
 }
 
-void RawCurl_1000GETs_OneAtATime(benchmark::State& state) {
+// An easy handle that GETs `url` and adds the body's length to `*bytes`.
+CURL* newEasyHandle(const std::string& url, std::size_t* bytes) {
   CURL* easy = curl_easy_init();
-  const std::string url = targetURL();
-  std::size_t bytes = 0;
   curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
   curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &discardBody);
-  curl_easy_setopt(easy, CURLOPT_WRITEDATA, &bytes);
+  curl_easy_setopt(easy, CURLOPT_WRITEDATA, bytes);
+  return easy;
+}
+
+void RawCurl_1000GETs_OneAtATime(benchmark::State& state) {
+  const std::string url = targetURL();
+  std::size_t bytes = 0;
+  CURL* easy = newEasyHandle(url, &bytes);
   while (state.KeepRunning()) {
     for (int i = 0; i < kRequests; ++i)
       curl_easy_perform(easy);
@@ -156,12 +162,7 @@ void RawCurl_1000GETs_SixteenAtATime(benchmark::State& state) {
   std::size_t bytes = 0;
   std::vector<CURL*> handles;
   for (int i = 0; i < kWide; ++i) {
-    CURL* easy = curl_easy_init();
-    curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &discardBody);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &bytes);
-    handles.push_back(easy);
+    handles.push_back(newEasyHandle(url, &bytes));
   }
   while (state.KeepRunning()) {
     int started = 0;
@@ -288,12 +289,7 @@ class CurlWorker {
     curl_multi_setopt(_multi, CURLMOPT_MAX_HOST_CONNECTIONS, static_cast<long>(wide));
     const std::string url = targetURL();
     for (int i = 0; i < wide; ++i) {
-      CURL* easy = curl_easy_init();
-      curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
-      curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-      curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &discardBody);
-      curl_easy_setopt(easy, CURLOPT_WRITEDATA, &_bytes);
-      _idle.push_back(easy);
+      _idle.push_back(newEasyHandle(url, &_bytes));
     }
     _thread = std::thread([this] { run(); });
   }
