@@ -161,9 +161,9 @@ void RawCurl_1000GETs_SixteenAtATime(benchmark::State& state) {
   const std::string url = targetURL();
   std::size_t bytes = 0;
   std::vector<CURL*> handles;
-  for (int i = 0; i < kWide; ++i) {
+  handles.reserve(kWide);
+  for (int i = 0; i < kWide; ++i)
     handles.push_back(newEasyHandle(url, &bytes));
-  }
   while (state.KeepRunning()) {
     int started = 0;
     int finished = 0;
