@@ -65,10 +65,16 @@ std::shared_ptr<NSURL> NSFileManager::containerURLForSecurityApplicationGroupIde
   if (!identifier || !usableAsDirectoryName(*identifier)) return nullptr;
   if (!declaredInInfoPlist(*identifier) && !declaredInEnvironment(*identifier)) return nullptr;
   const std::string container = xdgDataHome() + "/zukit/app-groups/" + *identifier;
+  const std::string caches = container + "/Library/Caches";
+  bool directory = false;
+  // Lookups come with every shared-store read: one stat answers the usual case, where the
+  // container was made before.
+  if (fileExistsAtPath(caches, &directory) && directory) {
+    return NSURL::fileURLWithPath(container + "/");
+  }
   // Library/Caches is made with the container; when it cannot be (a file in its way), the
   // container is still given and writes into it fail on their own.
-  createDirectoryAtPath(container + "/Library/Caches", true);
-  bool directory = false;
+  createDirectoryAtPath(caches, true);
   if (!fileExistsAtPath(container, &directory) || !directory) return nullptr;
   return NSURL::fileURLWithPath(container + "/");
 }
