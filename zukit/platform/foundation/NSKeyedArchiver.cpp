@@ -8,6 +8,7 @@
 #include <plist/plist.h>
 
 #include "zukit/platform/foundation/AtomicFile.h"
+#include "zukit/platform/foundation/PlistNode.h"
 #include "zukit/platform/foundation/Unicode.h"
 
 namespace zu {
@@ -18,11 +19,6 @@ namespace {
 constexpr double kArchiveEpochOffset = 978307200.0;
 constexpr int kMaximumDepth = 512;
 constexpr mode_t kArchiveFileMode = 0644;
-
-struct PlistDeleter {
-  void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistNode = std::unique_ptr<void, PlistDeleter>;
 
 // Builds the "$objects" table: every object gets a slot (its UID) before its children, and its
 // class entry after them, which is the order the platform writes.

@@ -1,13 +1,14 @@
 #include "zukit/platform/foundation/NSKeyedUnarchiver.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include <plist/plist.h>
+
+#include "zukit/platform/foundation/PlistNode.h"
 
 namespace zu {
 
@@ -20,35 +21,9 @@ constexpr int kMaximumDepth = 512;
 constexpr std::size_t kMinimumValueBudget = std::size_t{1} << 18;
 constexpr std::size_t kBudgetPerReference = 16;
 
-struct PlistDeleter {
-  void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistNode = std::unique_ptr<void, PlistDeleter>;
-
 std::optional<std::string> stringOf(plist_t node) {
   if (node == nullptr || plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
-  char* text = nullptr;
-  plist_get_string_val(node, &text);
-  std::string result = text != nullptr ? std::string(text) : std::string();
-  std::free(text);  // NOLINT(cppcoreguidelines-no-malloc): libplist hands out malloc'd text
-  return result;
-}
-
-// The elements of an array node, walked once (indexing a libplist array walks it from the
-// start each time).
-std::vector<plist_t> elementsOf(plist_t array) {
-  std::vector<plist_t> elements;
-  plist_array_iter iterator = nullptr;
-  plist_array_new_iter(array, &iterator);
-  if (iterator == nullptr) return elements;
-  for (;;) {
-    plist_t item = nullptr;
-    plist_array_next_item(array, iterator, &item);
-    if (item == nullptr) break;
-    elements.push_back(item);
-  }
-  std::free(iterator);  // NOLINT(cppcoreguidelines-no-malloc): libplist's iterators are malloc'd
-  return elements;
+  return plistText(node);
 }
 
 // A reference: a UID node (binary archives) or {"CF$UID": n} (XML archives).
@@ -72,7 +47,7 @@ std::optional<std::uint64_t> uidOf(plist_t node) {
 class ArchiveReader {
  public:
   ArchiveReader(plist_t objects, std::uint64_t root)
-      : _objects(elementsOf(objects)),
+      : _objects(plistElements(objects)),
         _count(_objects.size()),
         _state(_count, State::Unvisited),
         _references(_count, 0),
@@ -119,7 +94,7 @@ class ArchiveReader {
       for (const char* list : {"NS.objects", "NS.keys"}) {
         plist_t references = plist_dict_get_item(object, list);
         if (references == nullptr || plist_get_node_type(references) != PLIST_ARRAY) continue;
-        for (plist_t reference : elementsOf(references)) {
+        for (plist_t reference : plistElements(references)) {
           const std::optional<std::uint64_t> uid = uidOf(reference);
           if (uid && *uid < _count) ++_references[*uid];
           ++total;
@@ -136,41 +111,9 @@ class ArchiveReader {
   }
 
   std::optional<Value> decodeNode(plist_t node, int depth) {
-    switch (plist_get_node_type(node)) {
-      case PLIST_STRING:
-        return Value(*stringOf(node));
-      case PLIST_BOOLEAN: {
-        std::uint8_t flag = 0;
-        plist_get_bool_val(node, &flag);
-        return Value(flag != 0);
-      }
-      case PLIST_UINT: {
-        std::uint64_t number = 0;
-        plist_get_uint_val(node, &number);
-        return Value(static_cast<std::int64_t>(number));
-      }
-      case PLIST_REAL: {
-        double number = 0;
-        plist_get_real_val(node, &number);
-        return Value(number);
-      }
-      case PLIST_DATA:
-        return Value(dataOf(node));
-      case PLIST_DICT:
-        return decodeObject(node, depth);
-      default:
-        return std::nullopt;
-    }
-  }
-
-  static Data dataOf(plist_t node) {
-    char* bytes = nullptr;
-    std::uint64_t length = 0;
-    plist_get_data_val(node, &bytes, &length);
-    Data data(reinterpret_cast<std::uint8_t*>(bytes),
-              reinterpret_cast<std::uint8_t*>(bytes) + length);
-    std::free(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
-    return data;
+    if (std::optional<Value> scalar = plistScalar(node)) return scalar;
+    if (plist_get_node_type(node) == PLIST_DICT) return decodeObject(node, depth);
+    return std::nullopt;
   }
 
   std::optional<std::string> classNameOf(plist_t object) const {
@@ -207,7 +150,7 @@ class ArchiveReader {
     if (*name == "NSData" || *name == "NSMutableData") {
       plist_t bytes = plist_dict_get_item(object, "NS.data");
       if (bytes == nullptr || plist_get_node_type(bytes) != PLIST_DATA) return std::nullopt;
-      return Value(dataOf(bytes));
+      return Value(plistData(bytes));
     }
     return std::nullopt;
   }
@@ -217,7 +160,7 @@ class ArchiveReader {
     if (references == nullptr || plist_get_node_type(references) != PLIST_ARRAY) {
       return std::nullopt;
     }
-    const std::vector<plist_t> list = elementsOf(references);
+    const std::vector<plist_t> list = plistElements(references);
     Array elements;
     elements.reserve(list.size());
     for (plist_t reference : list) {

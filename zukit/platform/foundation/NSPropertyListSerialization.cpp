@@ -7,6 +7,8 @@
 
 #include <plist/plist.h>
 
+#include "zukit/platform/foundation/PlistNode.h"
+
 namespace zu {
 
 namespace {
@@ -15,11 +17,6 @@ namespace {
 constexpr double kPlistEpochOffset = 978307200.0;
 // Deepest nesting read or written; deeper input is refused rather than overflowing the stack.
 constexpr int kMaximumDepth = 512;
-
-struct PlistDeleter {
-  void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistNode = std::unique_ptr<void, PlistDeleter>;
 
 plist_t toPlist(const Value& value, int depth) {
   if (depth > kMaximumDepth) return nullptr;
@@ -70,39 +67,10 @@ Value fromPlist(plist_t node, int depth, bool& ok) {
     ok = false;
     return {};
   }
+  if (std::optional<Value> scalar = plistScalar(node)) return std::move(*scalar);
   switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-      std::uint8_t flag = 0;
-      plist_get_bool_val(node, &flag);
-      return Value(flag != 0);
-    }
-    case PLIST_UINT: {
-      std::uint64_t number = 0;
-      plist_get_uint_val(node, &number);
-      return Value(static_cast<std::int64_t>(number));
-    }
-    case PLIST_REAL: {
-      double number = 0;
-      plist_get_real_val(node, &number);
-      return Value(number);
-    }
-    case PLIST_STRING:
-    case PLIST_KEY: {
-      char* text = nullptr;
-      plist_get_string_val(node, &text);
-      Value result(text != nullptr ? std::string(text) : std::string());
-      std::free(text);  // NOLINT(cppcoreguidelines-no-malloc): libplist hands out malloc'd text
-      return result;
-    }
-    case PLIST_DATA: {
-      char* bytes = nullptr;
-      std::uint64_t length = 0;
-      plist_get_data_val(node, &bytes, &length);
-      Data data(reinterpret_cast<std::uint8_t*>(bytes),
-                reinterpret_cast<std::uint8_t*>(bytes) + length);
-      std::free(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
-      return Value(std::move(data));
-    }
+    case PLIST_KEY:
+      return Value(plistText(node));
     case PLIST_DATE: {
       std::int32_t seconds = 0;
       std::int32_t micros = 0;
@@ -115,18 +83,13 @@ Value fromPlist(plist_t node, int depth, bool& ok) {
       return Value(Dictionary{{"CF$UID", Value(static_cast<std::int64_t>(uid))}});
     }
     case PLIST_ARRAY: {
-      // Walked with an iterator: indexing libplist's child list is linear per element.
       Array array;
-      array.reserve(plist_array_get_size(node));
-      plist_array_iter iterator = nullptr;
-      plist_array_new_iter(node, &iterator);
-      for (;;) {
-        plist_t child = nullptr;
-        plist_array_next_item(node, iterator, &child);
-        if (child == nullptr || !ok) break;
+      const std::vector<plist_t> children = plistElements(node);
+      array.reserve(children.size());
+      for (plist_t child : children) {
         array.push_back(fromPlist(child, depth + 1, ok));
+        if (!ok) break;
       }
-      std::free(iterator);  // NOLINT(cppcoreguidelines-no-malloc): libplist's malloc'd iterator
       return Value(std::move(array));
     }
     case PLIST_DICT: {
