@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "zukit/platform/foundation/NSJSONSerialization.h"
+#include "zukit/platform/foundation/NSURL.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration)
 
@@ -49,22 +50,6 @@ zu::Value counterQuery(int port, const std::string& target) {
   const std::optional<std::string> body = plainHTTPGet(port, target);
   if (!body) return {};
   return zu::NSJSONSerialization::JSONObjectWithData(zu::Data(body->begin(), body->end()), 0);
-}
-
-std::string percentEncoded(const std::string& text) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  std::string out;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (std::isalnum(byte) || c == '/' || c == '-' || c == '_' || c == '.' || c == '~') {
-      out += c;
-    } else {
-      out += '%';
-      out += kHex[byte >> 4];
-      out += kHex[byte & 0xF];
-    }
-  }
-  return out;
 }
 
 }  // namespace
@@ -134,7 +119,8 @@ std::string LoopbackServer::URL(const std::string& pathAndQuery) const {
 }
 
 long LoopbackServer::requestCount(const std::string& path) const {
-  const zu::Value answer = counterQuery(_port, "/_counter?path=" + percentEncoded(path));
+  const zu::Value answer =
+      counterQuery(_port, "/_counter?path=" + zu::percentEncode(path, "/-_.~"));
   const zu::Dictionary* object = answer.asDictionary();
   if (object == nullptr || object->find("count") == nullptr) return -1;
   return static_cast<long>(object->find("count")->integerValue());
