@@ -9,6 +9,7 @@
 
 #include "zukit/platform/dispatch/Dispatch.h"
 #include "zukit/platform/foundation/Mutex.h"
+#include "zukit/platform/foundation/NoDestructor.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
 
@@ -86,6 +87,18 @@ class ZuDiskCache : public zu::Object {
  protected:
   // A cache whose index lives under `indexKey`, trimmed on a concurrent queue `queueLabel`.
   ZuDiskCache(std::string indexKey, const char* queueLabel);
+
+  // The process-wide cache of type `Cache`, made once with `key` and its periodic trim started.
+  template <class Cache, class Key>
+  static std::shared_ptr<Cache> sharedCache(Key key) {
+    static zu::dispatch_once_t onceToken;
+    static zu::NoDestructor<std::shared_ptr<Cache>> cache;
+    zu::dispatch_once(&onceToken, [key] {
+      *cache = std::make_shared<Cache>(key);
+      (*cache)->_trimRecursively();
+    });
+    return *cache;
+  }
 
   // The entry of `key` stored at the clock's current second; none for a key that is not valid
   // text or not UTF-8.

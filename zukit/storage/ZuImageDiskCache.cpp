@@ -1,19 +1,12 @@
 #include "zukit/storage/ZuImageDiskCache.h"
 
 #include "zukit/platform/foundation/NSUserDefaults.h"
-#include "zukit/platform/foundation/NoDestructor.h"
 
 ZuImageDiskCache::ZuImageDiskCache(Passkey /*unused*/)
     : ZuDiskCache("ZuImageDiskCacheKeys", "cn.com.Zu.imageDiskCache") {}
 
 std::shared_ptr<ZuImageDiskCache> ZuImageDiskCache::cache() {
-  static zu::dispatch_once_t onceToken;
-  static zu::NoDestructor<std::shared_ptr<ZuImageDiskCache>> cache;
-  zu::dispatch_once(&onceToken, [] {
-    *cache = std::make_shared<ZuImageDiskCache>(Passkey());
-    (*cache)->_trimRecursively();
-  });
-  return *cache;
+  return sharedCache<ZuImageDiskCache>(Passkey());
 }
 
 void ZuImageDiskCache::setImageData(const std::optional<zu::Data>& data, const zu::Value& key) {

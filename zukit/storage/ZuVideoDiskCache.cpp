@@ -4,7 +4,6 @@
 
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/NSSearchPath.h"
-#include "zukit/platform/foundation/NoDestructor.h"
 
 namespace {
 
@@ -28,13 +27,7 @@ ZuVideoDiskCache::ZuVideoDiskCache(Passkey /*unused*/)
 }
 
 std::shared_ptr<ZuVideoDiskCache> ZuVideoDiskCache::cache() {
-  static zu::dispatch_once_t onceToken;
-  static zu::NoDestructor<std::shared_ptr<ZuVideoDiskCache>> cache;
-  zu::dispatch_once(&onceToken, [] {
-    *cache = std::make_shared<ZuVideoDiskCache>(Passkey());
-    (*cache)->_trimRecursively();
-  });
-  return *cache;
+  return sharedCache<ZuVideoDiskCache>(Passkey());
 }
 
 void ZuVideoDiskCache::setVideoPath(const std::shared_ptr<zu::NSURL>& path, const zu::Value& key) {
