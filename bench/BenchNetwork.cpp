@@ -73,6 +73,24 @@ class Countdown {
   int _left;
 };
 
+// Runs kRequests requests, `wide` of them in flight: `start(finished)` starts one request and
+// calls `finished` when it completes, which starts the next one.
+void runKeepingInFlight(int wide, const std::function<void(const std::function<void()>&)>& start) {
+  Countdown done(kRequests);
+  std::atomic<int> started{0};
+  std::function<void()> startOne;
+  const std::function<void()> finished = [&] {
+    startOne();
+    done.arrive();
+  };
+  startOne = [&] {
+    if (started.fetch_add(1) < kRequests) start(finished);
+  };
+  for (int i = 0; i < wide; ++i)
+    startOne();
+  done.wait();
+}
+
 std::shared_ptr<zu::NSURLSession> benchSession() {
   auto configuration = zu::NSURLSessionConfiguration::defaultSessionConfiguration();
   configuration->setURLCache(nullptr);
@@ -131,25 +149,17 @@ void NSURLSession_1000GETs_SixteenAtATime(benchmark::State& state) {
   const auto request = zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString(targetURL()));
   std::atomic<std::size_t> bytes{0};
   while (state.KeepRunning()) {
-    Countdown done(kRequests);
-    std::atomic<int> started{0};
-    // Each completion starts the next request, so sixteen stay in flight.
-    std::function<void()> startOne = [&] {
-      if (started.fetch_add(1) >= kRequests) return;
+    runKeepingInFlight(kWide, [&](const std::function<void()>& finished) {
       session
-          ->dataTaskWithRequest(
-              request,
-              [&](std::optional<zu::Data> data, const std::shared_ptr<zu::NSURLResponse>&,
-                  const std::shared_ptr<zu::NSError>&) {
-                if (data) bytes += data->size();
-                startOne();
-                done.arrive();
-              })
+          ->dataTaskWithRequest(request,
+                                [&bytes, finished](std::optional<zu::Data> data,
+                                                   const std::shared_ptr<zu::NSURLResponse>&,
+                                                   const std::shared_ptr<zu::NSError>&) {
+                                  if (data) bytes += data->size();
+                                  finished();
+                                })
           ->resume();
-    };
-    for (int i = 0; i < kWide; ++i)
-      startOne();
-    done.wait();
+    });
   }
   benchmark::DoNotOptimize(bytes.load());
   state.SetItemsProcessed(state.iterations() * kRequests);
@@ -252,27 +262,18 @@ void ZuNetwork_1000GETs_SixteenAtATime(benchmark::State& state) {
   std::atomic<std::size_t> bytes{0};
   std::atomic<int> failures{0};
   while (state.KeepRunning()) {
-    Countdown done(kRequests);
-    std::atomic<int> started{0};
-    // Each completion starts the next request, so sixteen stay in flight.
-    std::function<void()> startOne = [&] {
-      if (started.fetch_add(1) >= kRequests) return;
+    runKeepingInFlight(kWide, [&](const std::function<void()>& finished) {
       network->getRequestWithRelativeURLStr(
           zu::Value("/bytes"), benchParameters(),
-          [&](const std::shared_ptr<zu::NSURLResponse>&, const zu::Data& data) {
+          [&bytes, finished](const std::shared_ptr<zu::NSURLResponse>&, const zu::Data& data) {
             bytes += data.size();
-            startOne();
-            done.arrive();
+            finished();
           },
-          [&](const std::shared_ptr<zu::NSError>&) {
+          [&failures, finished](const std::shared_ptr<zu::NSError>&) {
             ++failures;
-            startOne();
-            done.arrive();
+            finished();
           });
-    };
-    for (int i = 0; i < kWide; ++i)
-      startOne();
-    done.wait();
+    });
   }
   if (failures > 0) state.SkipWithError("requests failed");
   benchmark::DoNotOptimize(bytes.load());
