@@ -283,7 +283,13 @@ bool Script::step(const std::string& text) {
     const zu::CTTelephonyNetworkInfo info;
     try {
       printLine("current " + info.currentRadioAccessTechnology().description());
-      printLine("services " + info.serviceCurrentRadioAccessTechnology().description());
+      const zu::Value services = info.serviceCurrentRadioAccessTechnology();
+      if (const zu::Dictionary* map = services.asDictionary()) {
+        for (const auto& [service, technology] : *map)
+          printLine("service " + service + " " + technology.description());
+      } else {
+        printLine("services " + services.description());
+      }
     } catch (const zu::NSException& exception) {
       printLine("exception " + exception.name() + ": " + exception.reason());
     }
@@ -304,7 +310,7 @@ bool Script::step(const std::string& text) {
 //   await LABEL N              run the main loop until LABEL has N notifications
 //   fence                      settle every main-loop watcher; "counts LABEL=N ..."
 //   manager-start | manager    the shared ZuReachabilityManager
-//   telephony                  the telephony service's answers
+//   telephony                  "current T", then "service KEY T" per service
 int runReach(const std::vector<std::string>& arguments) {
   std::string why;
   if (!netns::enterPrivateNetwork(why)) {
