@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "zukit/platform/foundation/Mutex.h"
@@ -57,7 +59,7 @@ ModemPortCache& modemPorts() {
   return *cache;
 }
 
-bool isWwanDevice(const std::string& name) {
+bool readIsWwanDevice(const std::string& name) {
   if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
     return false;
   }
@@ -69,10 +71,35 @@ bool isWwanDevice(const std::string& name) {
   return false;
 }
 
+// What sysfs said about each link, by number and name.
+class DeviceTypeCache {
+ public:
+  bool isWwan(int index, const std::string& name) {
+    {
+      const MutexLock lock(_mutex);
+      const auto found = _links.find(index);
+      if (found != _links.end() && found->second.first == name) return found->second.second;
+    }
+    const bool wwan = readIsWwanDevice(name);
+    const MutexLock lock(_mutex);
+    _links[index] = {name, wwan};
+    return wwan;
+  }
+
+ private:
+  Mutex _mutex;
+  std::map<int, std::pair<std::string, bool>> _links ZU_GUARDED_BY(_mutex);
+};
+
+DeviceTypeCache& deviceTypes() {
+  static NoDestructor<DeviceTypeCache> cache;
+  return *cache;
+}
+
 }  // namespace
 
-bool isCellularLink(const std::string& name) {
-  if (isWwanDevice(name)) return true;
+bool isCellularLink(int index, const std::string& name) {
+  if (deviceTypes().isWwan(index, name)) return true;
   const std::vector<std::string> ports = modemPorts().ports();
   return std::find(ports.begin(), ports.end(), name) != ports.end();
 }

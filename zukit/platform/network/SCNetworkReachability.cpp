@@ -71,7 +71,7 @@ std::optional<SCNetworkReachabilityFlags> flagsFor(const NativeAddress& destinat
   } else if (route.isDirect && !internet) {
     flags |= kSCNetworkReachabilityFlagsIsDirect;
   }
-  if (isCellularLink(link->name)) flags |= kSCNetworkReachabilityFlagsIsWWAN;
+  if (isCellularLink(route.linkIndex, link->name)) flags |= kSCNetworkReachabilityFlagsIsWWAN;
   return flags;
 }
 
