@@ -117,10 +117,18 @@ class Script {
     // Watchers started on the worker stop there, before its loop ends.
     if (_worker) {
       _worker->run([this] {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        for (auto& [label, watched] : _watched) {
-          if (watched.startedOn == _worker->id()) watched.reachability.reset();
+        // Destroyed outside the lock: a watcher's destruction waits for a callback in progress,
+        // and the observer takes the lock.
+        std::vector<std::shared_ptr<ZuReachability>> stopping;
+        {
+          const std::lock_guard<std::mutex> lock(_mutex);
+          for (auto& [label, watched] : _watched) {
+            if (watched.startedOn == _worker->id()) {
+              stopping.push_back(std::move(watched.reachability));
+            }
+          }
         }
+        stopping.clear();
       });
     }
     zu::NSNotificationCenter::defaultCenter()->removeObserver(_observer);
