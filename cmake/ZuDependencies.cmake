@@ -5,6 +5,9 @@ find_package(CURL REQUIRED)
 find_package(ICU REQUIRED COMPONENTS uc i18n)
 find_package(nlohmann_json 3 REQUIRED)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+# Kernel routes and links over netlink (reachability); the modem manager over D-Bus (telephony).
+pkg_check_modules(MNL REQUIRED IMPORTED_TARGET libmnl)
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(zukit_asio INTERFACE)
