@@ -61,7 +61,7 @@ std::shared_ptr<UIViewController> UINavigationController::topViewController() co
 }
 
 std::shared_ptr<UIViewController> UINavigationController::visibleViewController() const {
-  const std::shared_ptr<UIViewController> top = topViewController();
+  std::shared_ptr<UIViewController> top = topViewController();
   if (!top) return nullptr;
   if (std::shared_ptr<UIViewController> presented = top->presentedViewController()) {
     return presented;
@@ -110,7 +110,7 @@ std::shared_ptr<UIViewController> UINavigationController::popViewControllerAnima
   }
   const std::vector<std::shared_ptr<UIViewController>> stack = childViewControllers();
   if (stack.size() < 2) return nullptr;
-  const std::shared_ptr<UIViewController> popped = stack.back();
+  std::shared_ptr<UIViewController> popped = stack.back();
   popped->removeFromParentViewController();
   changeTop(popped, topViewController(), animated);
   return popped;

@@ -88,7 +88,7 @@ void UIView::animateWithDuration(NSTimeInterval duration, const std::function<vo
     return;
   }
   const double nanoseconds =
-      std::min(duration * 1e9, static_cast<double>(std::numeric_limits<std::int64_t>::max() / 2));
+      std::min(duration * 1e9, static_cast<double>(std::numeric_limits<std::int64_t>::max()) / 2);
   const dispatch_time_t deadline =
       dispatch_time(DISPATCH_TIME_NOW, static_cast<std::int64_t>(nanoseconds));
   animation->ticket = DispatchClock::schedule(deadline, [animation] {

@@ -271,20 +271,19 @@ CGRect UIView::convertRectFromView(CGRect rect, const std::shared_ptr<UIView>& v
 
 std::shared_ptr<UIView> UIView::hitTest(CGPoint point, const std::shared_ptr<UIEvent>& event) {
   if (_hidden || !_userInteractionEnabled || _alpha < kMinimumHitAlpha) return nullptr;
-  const std::shared_ptr<UIView> self = strongSelf();
-  if (!objc_msgSend<bool, CGPoint, const std::shared_ptr<UIEvent>&>(self, pointInsideSelector(),
+  if (!objc_msgSend<bool, CGPoint, const std::shared_ptr<UIEvent>&>(this, pointInsideSelector(),
                                                                     point, event)) {
     return nullptr;
   }
   const std::vector<std::shared_ptr<UIView>> children = subviews();
-  for (auto child = children.rbegin(); child != children.rend(); ++child) {
-    const CGPoint inChild = fromParent(**child, point);
-    std::shared_ptr<UIView> hit =
-        objc_msgSend<std::shared_ptr<UIView>, CGPoint, const std::shared_ptr<UIEvent>&>(
-            *child, hitTestSelector(), inChild, event);
+  // From the front (the last subview) to the back.
+  for (std::size_t index = children.size(); index-- > 0;) {
+    const std::shared_ptr<UIView>& child = children[index];
+    auto hit = objc_msgSend<std::shared_ptr<UIView>, CGPoint, const std::shared_ptr<UIEvent>&>(
+        child, hitTestSelector(), fromParent(*child, point), event);
     if (hit) return hit;
   }
-  return self;
+  return strongSelf();
 }
 
 bool UIView::pointInside(CGPoint point, const std::shared_ptr<UIEvent>& /*event*/) {

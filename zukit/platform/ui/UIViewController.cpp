@@ -173,7 +173,7 @@ bool UIViewController::isViewLoaded() const {
   return _view != nullptr;
 }
 
-void UIViewController::setView(std::shared_ptr<UIView> view) {
+void UIViewController::setView(const std::shared_ptr<UIView>& view) {
   if (!detail::onMainThreadOrRefuse("-[UIViewController setView:]")) return;
   std::shared_ptr<UIView> previous;
   {

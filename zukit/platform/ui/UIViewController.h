@@ -72,7 +72,7 @@ class ZU_EXPORT UIViewController : public UIResponder {
   // True once the view is loaded.
   bool isViewLoaded() const;
   // Makes `view` the controller's view (its next responder becomes this controller).
-  void setView(std::shared_ptr<UIView> view);
+  void setView(const std::shared_ptr<UIView>& view);
 
   // The container holding this controller, or nullptr.
   std::shared_ptr<UIViewController> parentViewController() const;

@@ -56,7 +56,7 @@ std::shared_ptr<UIWindow> UIWindow::windowWithWindowScene(
   return window;
 }
 
-void UIWindow::setRootViewController(std::shared_ptr<UIViewController> controller) {
+void UIWindow::setRootViewController(const std::shared_ptr<UIViewController>& controller) {
   if (!detail::onMainThreadOrRefuse("-[UIWindow setRootViewController:]")) return;
   if (controller == _rootViewController) return;
   const std::shared_ptr<UIViewController> previous = std::exchange(_rootViewController, controller);

@@ -33,7 +33,7 @@ class ZU_EXPORT UIWindow : public UIView {
   // Shows `controller`'s view (loaded if need be) at the window's bounds behind the other
   // subviews, in place of the previous root's view. On a visible window the old root is sent
   // "viewWillDisappear:"/"viewDidDisappear:" and the new one "viewWillAppear:"/"viewDidAppear:".
-  void setRootViewController(std::shared_ptr<UIViewController> controller);
+  void setRootViewController(const std::shared_ptr<UIViewController>& controller);
 
   // The scene the window belongs to, or nullptr.
   std::shared_ptr<UIWindowScene> windowScene() const { return _windowScene.lock(); }
