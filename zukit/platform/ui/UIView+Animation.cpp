@@ -62,6 +62,7 @@ void UIView::noteAnimatedChange(AnimatedProperty property) {
   if (open.empty()) return;
   const std::shared_ptr<detail::ViewAnimation>& current = open.back();
   current->animatedSomething = true;
+  if (!current->hasDuration) return;
   std::weak_ptr<detail::ViewAnimation>& slot = _animations.at(static_cast<std::size_t>(property));
   const std::shared_ptr<detail::ViewAnimation> previous = slot.lock();
   if (previous && previous != current) previous->supersede();
@@ -77,13 +78,13 @@ void UIView::animateWithDuration(NSTimeInterval duration, const std::function<vo
   if (!detail::onMainThreadOrRefuse("+[UIView animateWithDuration:animations:completion:]")) return;
   auto animation = std::make_shared<detail::ViewAnimation>();
   animation->completion = std::move(completion);
+  animation->hasDuration = duration > 0 && std::isfinite(duration);
   {
     const OpenAnimationScope scope(animation);
     if (animations) animations();
   }
   if (animation->done) return;
-  const bool waits = animation->animatedSomething && duration > 0 && std::isfinite(duration);
-  if (!waits) {
+  if (!animation->hasDuration || !animation->animatedSomething) {
     dispatch_async(dispatch_get_main_queue(), [animation] { animation->finish(true); });
     return;
   }

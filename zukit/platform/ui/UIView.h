@@ -53,8 +53,9 @@ using UIHitTestFunction = std::shared_ptr<UIView> (*)(Object* self, SEL selector
 // Animations: inside the animations block of animateWithDuration, the new values of frame,
 // bounds, center, alpha and backgroundColor take effect at once, and the completion runs on the
 // main queue once the duration has passed on the dispatch clock (ManualClock in tests), with
-// finished true; or as soon as a later animation takes over one of the properties it animated,
-// with finished false.
+// finished true; or as soon as a later animation (with a positive duration) takes over one of
+// the properties it animated, with finished false. Setting a property again in the same block,
+// or outside any block, takes nothing over.
 class ZU_EXPORT UIView : public UIResponder {
  public:
   ZU_RUNTIME_CLASS(UIView, UIResponder, &UIView::addMethods)

@@ -14,6 +14,9 @@ namespace zu::detail {
 struct ViewAnimation {
   std::function<void(bool)> completion;
   DispatchClock::Ticket ticket = 0;
+  // False for a duration that is not a positive number: the changes apply as outside any
+  // animation, taking no property over.
+  bool hasDuration = false;
   // True once the animations block set a tracked property.
   bool animatedSomething = false;
   // True once the completion has run or been handed to the main queue.
