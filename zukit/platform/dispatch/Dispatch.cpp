@@ -1,8 +1,8 @@
 #include "zukit/platform/dispatch/Dispatch.h"
 
 #include "zukit/platform/dispatch/ConcurrentDispatchQueue.h"
+#include "zukit/platform/dispatch/DispatchClock.h"
 #include "zukit/platform/dispatch/DispatchPool.h"
-#include "zukit/platform/dispatch/DispatchTimerThread.h"
 #include "zukit/platform/dispatch/RunLoop.h"
 #include "zukit/platform/dispatch/SerialDispatchQueue.h"
 #include "zukit/platform/foundation/NoDestructor.h"
@@ -59,9 +59,9 @@ void dispatch_sync(const dispatch_queue_t& queue, dispatch_block_t block) {
 
 void dispatch_after(dispatch_time_t when, const dispatch_queue_t& queue, dispatch_block_t block) {
   if (!queue || when == DISPATCH_TIME_FOREVER) return;
-  DispatchTimerThread::shared().runAt(
-      dispatchTimePoint(when),
-      [queue, block = std::move(block)]() mutable { queue->async(std::move(block)); });
+  const dispatch_time_t deadline = when == DISPATCH_TIME_NOW ? DispatchClock::now() : when;
+  DispatchClock::schedule(
+      deadline, [queue, block = std::move(block)]() mutable { queue->async(std::move(block)); });
 }
 
 void dispatch_queue_set_specific(const dispatch_queue_t& queue, const void* key, void* context,

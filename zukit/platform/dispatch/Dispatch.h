@@ -47,7 +47,8 @@ const char* dispatch_queue_get_label(std::nullptr_t current);
 void dispatch_async(const dispatch_queue_t& queue, dispatch_block_t block);
 // Submits `block` to `queue` and waits until it has run.
 void dispatch_sync(const dispatch_queue_t& queue, dispatch_block_t block);
-// Submits `block` to `queue` at `when`; DISPATCH_TIME_FOREVER never submits it.
+// Submits `block` to `queue` when the dispatch clock reaches `when` (DispatchClock.h);
+// DISPATCH_TIME_FOREVER never submits it.
 void dispatch_after(dispatch_time_t when, const dispatch_queue_t& queue, dispatch_block_t block);
 
 // Stores `context` under `key` on `queue` (null removes it), with an optional destructor.

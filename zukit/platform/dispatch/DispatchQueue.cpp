@@ -69,6 +69,10 @@ DispatchQueue* DispatchQueue::current() {
   return nullptr;
 }
 
+bool DispatchQueue::isRunningBlock() {
+  return currentQueue != nullptr;
+}
+
 std::string DispatchQueue::description() const {
   return "<" + className() + ": " + _label + ">";
 }

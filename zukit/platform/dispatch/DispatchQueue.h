@@ -41,6 +41,8 @@ class DispatchQueue : public Object {
   // The queue whose block is running on the calling thread; on the main thread outside any
   // other queue's block, the main queue; otherwise nullptr.
   static DispatchQueue* current();
+  // True while a block of some queue runs on the calling thread (the main queue's included).
+  static bool isRunningBlock();
 
   std::string description() const override;
 

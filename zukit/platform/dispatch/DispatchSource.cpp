@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
-#include <asio/io_context.hpp>
-#include <asio/post.hpp>
-#include <asio/steady_timer.hpp>
-
-#include "zukit/platform/dispatch/DispatchTimerThread.h"
+#include "zukit/platform/dispatch/DispatchClock.h"
 
 namespace zu {
 
@@ -16,15 +13,10 @@ namespace {
 constexpr std::uint64_t kMinimumInterval = NSEC_PER_MSEC;
 
 std::uint64_t nowNanoseconds() {
-  return dispatch_time(DISPATCH_TIME_NOW, 0);
+  return DispatchClock::now();
 }
 
 }  // namespace
-
-struct DispatchSource::TimerHolder {
-  explicit TimerHolder(asio::io_context& context) : timer(context) {}
-  asio::steady_timer timer;
-};
 
 DispatchSource::DispatchSource(dispatch_queue_t queue) : _queue(std::move(queue)) {}
 
@@ -32,12 +24,16 @@ DispatchSource::~DispatchSource() = default;
 
 void DispatchSource::setTimer(dispatch_time_t start, std::uint64_t interval,
                               std::uint64_t /*leeway*/) {
-  MutexLock lock(_mutex);
-  if (_cancelled) return;
-  _start = start == DISPATCH_TIME_NOW ? nowNanoseconds() : start;
-  _interval = interval == DISPATCH_TIME_FOREVER ? interval : std::max(interval, kMinimumInterval);
-  _nextDeadline = _start;
-  if (_suspendCount == 0) armLocked();
+  std::uint64_t replaced = 0;
+  {
+    MutexLock lock(_mutex);
+    if (_cancelled) return;
+    _start = start == DISPATCH_TIME_NOW ? nowNanoseconds() : start;
+    _interval = interval == DISPATCH_TIME_FOREVER ? interval : std::max(interval, kMinimumInterval);
+    _nextDeadline = _start;
+    if (_suspendCount == 0) replaced = armLocked();
+  }
+  DispatchClock::cancel(replaced);
 }
 
 void DispatchSource::setEventHandler(dispatch_block_t handler) {
@@ -51,11 +47,15 @@ void DispatchSource::setCancelHandler(dispatch_block_t handler) {
 }
 
 void DispatchSource::resume() {
-  MutexLock lock(_mutex);
-  if (_cancelled || _suspendCount == 0) return;
-  if (--_suspendCount > 0) return;
-  armLocked();
-  if (_pendingFires > 0) queueDeliveryLocked();
+  std::uint64_t replaced = 0;
+  {
+    MutexLock lock(_mutex);
+    if (_cancelled || _suspendCount == 0) return;
+    if (--_suspendCount > 0) return;
+    replaced = armLocked();
+    if (_pendingFires > 0) queueDeliveryLocked();
+  }
+  DispatchClock::cancel(replaced);
 }
 
 void DispatchSource::suspend() {
@@ -66,6 +66,7 @@ void DispatchSource::suspend() {
 
 void DispatchSource::cancel() {
   dispatch_block_t cancelHandler;
+  std::uint64_t scheduled = 0;
   {
     MutexLock lock(_mutex);
     if (_cancelled) return;
@@ -73,12 +74,11 @@ void DispatchSource::cancel() {
     ++_generation;
     cancelHandler = std::move(_cancelHandler);
     _eventHandler = nullptr;
+    scheduled = std::exchange(_ticket, 0);
   }
-  auto self = std::static_pointer_cast<DispatchSource>(shared_from_this());
-  asio::post(DispatchTimerThread::shared().context(), [self] {
-    if (self->_timer) self->_timer->timer.cancel();
-    self->_timer.reset();
-  });
+  // Keeps the source alive while the scheduled job, which may hold its last reference, goes.
+  const auto self = shared_from_this();
+  DispatchClock::cancel(scheduled);
   if (cancelHandler) _queue->async(std::move(cancelHandler));
 }
 
@@ -92,27 +92,20 @@ unsigned long DispatchSource::data() const {
   return _deliveredFires;
 }
 
-// Schedules the wait for _nextDeadline on the timer thread, replacing any earlier wait.
-void DispatchSource::armLocked() {
-  if (_nextDeadline == DISPATCH_TIME_FOREVER) return;
+std::uint64_t DispatchSource::armLocked() {
+  const std::uint64_t replaced = std::exchange(_ticket, 0);
+  if (_nextDeadline == DISPATCH_TIME_FOREVER) return replaced;
   const std::uint64_t generation = ++_generation;
-  const auto deadline = dispatchTimePoint(_nextDeadline);
   auto self = std::static_pointer_cast<DispatchSource>(shared_from_this());
-  asio::post(DispatchTimerThread::shared().context(), [self, generation, deadline] {
-    if (!self->_timer) {
-      self->_timer = std::make_shared<TimerHolder>(DispatchTimerThread::shared().context());
-    }
-    self->_timer->timer.expires_at(deadline);
-    // The wait holds the source, so a running timer keeps its source alive until cancelled.
-    self->_timer->timer.async_wait([self, generation](const std::error_code& error) {
-      if (!error) self->fired(generation);
-    });
-  });
+  _ticket = DispatchClock::schedule(_nextDeadline, [self, generation] { self->fired(generation); });
+  return replaced;
 }
 
 void DispatchSource::fired(std::uint64_t generation) {
   MutexLock lock(_mutex);
   if (_cancelled || generation != _generation) return;
+  // This fire's job has started: its ticket names nothing to cancel any more.
+  _ticket = 0;
   ++_pendingFires;
   if (_interval == DISPATCH_TIME_FOREVER) {
     _nextDeadline = DISPATCH_TIME_FOREVER;

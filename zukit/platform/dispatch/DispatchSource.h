@@ -7,10 +7,6 @@
 #include "zukit/platform/dispatch/DispatchTime.h"
 #include "zukit/platform/foundation/Mutex.h"
 
-namespace asio {
-class io_context;
-}  // namespace asio
-
 namespace zu {
 
 // Kinds of dispatch source; only timers are offered.
@@ -18,8 +14,9 @@ enum class DispatchSourceType : std::uint8_t { Timer };
 inline constexpr DispatchSourceType DISPATCH_SOURCE_TYPE_TIMER = DispatchSourceType::Timer;
 
 // A timer source: after resume() it calls its event handler on its target queue at the start
-// time and then every interval, until cancelled. Fires that come while the handler is still
-// queued are merged into one call, and data() tells how many were merged. A source is created
+// time and then every interval, until cancelled. Its times are on the dispatch clock, so in
+// manual time (ManualClock) it fires as the clock is advanced. Fires that come while the handler is
+// still queued are merged into one call, and data() tells how many were merged. A source is created
 // suspended; while resumed and not cancelled it keeps itself alive.
 class DispatchSource final : public Object {
  public:
@@ -49,12 +46,12 @@ class DispatchSource final : public Object {
   unsigned long data() const;
 
  private:
-  void armLocked() ZU_REQUIRES(_mutex);
+  // Schedules the fire at _nextDeadline on the dispatch clock, replacing the one scheduled;
+  // returns the replaced job's ticket, which the caller cancels once the lock is released.
+  std::uint64_t armLocked() ZU_REQUIRES(_mutex);
   void fired(std::uint64_t generation);
   void deliver();
   void queueDeliveryLocked() ZU_REQUIRES(_mutex);
-
-  struct TimerHolder;
 
   const dispatch_queue_t _queue;
   mutable Mutex _mutex;
@@ -69,8 +66,9 @@ class DispatchSource final : public Object {
   unsigned long _deliveredFires ZU_GUARDED_BY(_mutex) = 0;
   dispatch_block_t _eventHandler ZU_GUARDED_BY(_mutex);
   dispatch_block_t _cancelHandler ZU_GUARDED_BY(_mutex);
-  // Touched only on the timer thread.
-  std::shared_ptr<TimerHolder> _timer;
+  // The dispatch clock's ticket of the scheduled fire; 0 for none. The scheduled job holds the
+  // source, so a running timer keeps its source alive until cancelled.
+  std::uint64_t _ticket ZU_GUARDED_BY(_mutex) = 0;
 };
 
 // A strong reference to a source.

@@ -5,7 +5,7 @@
 
 namespace zu {
 
-// A point on the monotonic clock in nanoseconds, as dispatch_time() makes it.
+// A point on the dispatch clock (DispatchClock.h) in nanoseconds, as dispatch_time() makes it.
 using dispatch_time_t = std::uint64_t;
 
 // "Now", resolved when the time is used.
@@ -18,11 +18,13 @@ inline constexpr std::uint64_t NSEC_PER_MSEC = 1000000ULL;
 inline constexpr std::uint64_t USEC_PER_SEC = 1000000ULL;
 inline constexpr std::uint64_t NSEC_PER_USEC = 1000ULL;
 
-// `when` (DISPATCH_TIME_NOW for the current instant) moved by `delta` nanoseconds; saturates at
-// the ends of the range, and DISPATCH_TIME_FOREVER stays forever.
+// `when` (DISPATCH_TIME_NOW for the dispatch clock's current time) moved by `delta` nanoseconds;
+// saturates at the ends of the range, and DISPATCH_TIME_FOREVER stays forever.
 dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta);
 
-// The monotonic clock point that a dispatch time stands for (never DISPATCH_TIME_FOREVER).
+// The point on the monotonic clock that is as far from now as `when` is from the dispatch
+// clock's now, for waits in real time (a semaphore's); time_point::max() for
+// DISPATCH_TIME_FOREVER.
 std::chrono::steady_clock::time_point dispatchTimePoint(dispatch_time_t when);
 
 }  // namespace zu

@@ -84,6 +84,11 @@ bool RunLoop::runUntil(const std::function<bool()>& done, std::chrono::nanosecon
   return true;
 }
 
+std::size_t RunLoop::runPending() {
+  if (_state->context.stopped()) _state->context.restart();
+  return _state->context.poll();
+}
+
 void RunLoop::stop() {
   _state->stopRequested.store(true);
   _state->context.stop();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -31,6 +32,9 @@ class RunLoop final : public DispatchExecutor {
   // Runs handlers until `done` answers true or `timeout` passes; returns `done`'s last answer.
   // Only on the owning thread.
   bool runUntil(const std::function<bool()>& done, std::chrono::nanoseconds timeout);
+  // Runs the handlers that are ready, and those they make ready, without waiting for more;
+  // returns how many ran. Only on the owning thread, outside its handlers.
+  std::size_t runPending();
   // Makes run() return after the handler in progress. Safe from any thread.
   void stop();
   // Queues `job` to run on this loop's thread. Safe from any thread.

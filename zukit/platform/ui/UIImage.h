@@ -3,16 +3,21 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/Geometry.h"
 #include "zukit/platform/ui/ImageHeader.h"
 
 namespace zu {
 
 // An image decoded from PNG, JPEG or GIF bytes. The bytes are checked far enough to know they
-// hold an image of that format (see readImageHeader) and kept as they are. Immutable.
-class UIImage final : public Object {
+// hold an image of that format (see readImageHeader) and kept as they are; their pixels are
+// decoded when the image is drawn (ViewRenderer: PNG, others as a placeholder). Immutable.
+class ZU_EXPORT UIImage final : public Object {
  public:
+  ZU_RUNTIME_CLASS(UIImage, Object)
+
   // The image in `data`, at scale 1; none when the bytes are no image of a known format.
   static std::shared_ptr<UIImage> imageWithData(const Data& data);
   // The image in `data` at `scale` pixels per point; none for non-images or a scale that is not

@@ -2,8 +2,18 @@
 
 #include "zukit/platform/dispatch/RunLoop.h"
 #include "zukit/platform/foundation/NSLog.h"
+#include "zukit/platform/ui/CGContext.h"
 
 namespace zu {
+
+UIImageView::UIImageView() {
+  initUserInteractionEnabled(false);
+}
+
+UIImageView::UIImageView(std::shared_ptr<UIImage> image)
+    : UIView(image ? CGRect{CGPointZero, image->size()} : CGRectZero), _image(std::move(image)) {
+  initUserInteractionEnabled(false);
+}
 
 std::shared_ptr<UIImage> UIImageView::image() const {
   MutexLock lock(_mutex);
@@ -17,6 +27,10 @@ void UIImageView::setImage(std::shared_ptr<UIImage> image) {
   }
   MutexLock lock(_mutex);
   _image = std::move(image);
+}
+
+void UIImageView::drawRect(CGContext& context, CGRect rect) const {
+  if (const std::shared_ptr<UIImage> shown = image()) context.drawImage(*shown, rect);
 }
 
 }  // namespace zu
