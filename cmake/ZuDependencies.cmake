@@ -8,6 +8,9 @@ pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 # Drawing views to PNG and SVG, and their text.
 pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo cairo-png cairo-svg)
 pkg_check_modules(PANGOCAIRO REQUIRED IMPORTED_TARGET pangocairo)
+# Kernel routes and links over netlink (reachability); the modem manager over D-Bus (telephony).
+pkg_check_modules(MNL REQUIRED IMPORTED_TARGET libmnl)
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(zukit_asio INTERFACE)

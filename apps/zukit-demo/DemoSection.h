@@ -23,6 +23,19 @@ class DemoRegistration {
   DemoRegistration(int order, const char* title, DemoSectionFunction section);
 };
 
+// A part of the tour that runs in a child process of its own, started as
+// "zukit-demo --child NAME"; returns the child's exit status.
+using DemoChildFunction = int (*)();
+
+// Registers a child part at start-up under `name`.
+class DemoChildRegistration {
+ public:
+  DemoChildRegistration(const char* name, DemoChildFunction child);
+};
+
+// Runs the child part `name`; exit status 2 when there is none.
+int runDemoChild(const std::string& name);
+
 // Prints one line of the tour.
 void say(std::string_view text);
 

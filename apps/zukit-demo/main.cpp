@@ -37,6 +37,24 @@ void usage() {
 
 }  // namespace
 
+namespace {
+
+std::map<std::string, DemoChildFunction>& children() {
+  static std::map<std::string, DemoChildFunction> registry;
+  return registry;
+}
+
+}  // namespace
+
+DemoChildRegistration::DemoChildRegistration(const char* name, DemoChildFunction child) {
+  children().emplace(name, child);
+}
+
+int runDemoChild(const std::string& name) {
+  const auto found = children().find(name);
+  return found == children().end() ? 2 : found->second();
+}
+
 DemoRegistration::DemoRegistration(int order, const char* title, DemoSectionFunction section) {
   sections().emplace(order, Section{title, section});
 }
@@ -55,6 +73,8 @@ bool waitOnMainLoop(const std::function<bool()>& done) {
 
 int main(int argc, char** argv) {
   namespace fs = std::filesystem;
+  // A part of the tour in a child process: it inherits the parent's sandbox.
+  if (argc == 3 && std::strcmp(argv[1], "--child") == 0) return zukit::demo::runDemoChild(argv[2]);
   std::string sandbox = (fs::current_path() / ".zukit-demo-home").string();
   bool fresh = false;
   bool realHome = false;
