@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "apps/loopback/EmbeddedSmtpServer.h"
 #include "tests/platform/MailTestSupport.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/MainLoop.h"
@@ -376,6 +378,38 @@ TEST(MFMailComposeViewController, ATapOnItsButtonsEndsItOnceAndItsScreenShowsThe
   EXPECT_EQ(composer->presentedViewController(), nullptr);
   EXPECT_EQ(delegate->presentedViewController(), composer) << "the delegate dismisses, not it";
   EXPECT_EQ(draftCount(), draftsBefore) << "the tap on Save Draft came too late";
+}
+
+TEST(MFMailComposeViewController, TheDemosEmbeddedReceiverGetsTheMessageAsPythonDoes) {
+  const zukit::loopback::EmbeddedSmtpServer embedded;
+  ASSERT_GT(embedded.port(), 0);
+  const MailEnvironment environment(MailEnvironment::account(embedded.url()));
+  const auto delegate = std::make_shared<RecordingMailDelegate>();
+  const auto composer = composerFor(delegate);
+  composer->setToRecipients(zu::Array{"ann@example.org"});
+  composer->setBccRecipients(zu::Array{"dave@example.org"});
+  composer->setSubject("embedded");
+  composer->setMessageBody(".\n..\nend", false);
+  composer->addAttachmentData(allByteValues(), "", "bytes.bin");
+  composer->send();
+  ASSERT_TRUE(waitForEndings(*delegate, 1));
+  EXPECT_EQ(delegate->endings[0].result, zu::MFMailComposeResultSent);
+  const auto messages = embedded.messages();
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_EQ(messages[0].mailFrom, "zukit-test@example.org");
+  EXPECT_EQ(messages[0].recipients,
+            (std::vector<std::string>{"ann@example.org", "dave@example.org"}));
+  // What it kept is the message itself: Python reads it back whole.
+  const std::string path = zukit::test::TestHome::current() + "/embedded.eml";
+  std::ofstream(path, std::ios::binary) << messages[0].data;
+  const zu::Value mail = zukit::test::parseMailFile(path);
+  EXPECT_EQ(entryAt(mail, "defects"), zu::Value(zu::Array{}));
+  const zu::Value texts = entryAt(mail, "texts");
+  ASSERT_EQ(texts.count(), 1U);
+  EXPECT_EQ(textAt((*texts.asArray())[0], "text"), ".\n..\nend");
+  const zu::Value attachments = entryAt(mail, "attachments");
+  ASSERT_EQ(attachments.count(), 1U);
+  EXPECT_EQ(textAt((*attachments.asArray())[0], "base64"), zukit::test::base64Of(allByteValues()));
 }
 
 TEST(MailMessage, HeaderTextAndContentTypesAreSafeForAnyInput) {
