@@ -1,8 +1,11 @@
 #include "apps/loopback/EmbeddedSmtpServer.h"
 
+#include <array>
 #include <cctype>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
+#include <ostream>
 #include <thread>
 #include <utility>
 
@@ -18,6 +21,8 @@ using asio::ip::tcp;
 constexpr std::size_t kMaximumLine = 64UL * 1024;
 // Messages larger than this are refused with 552.
 constexpr std::size_t kMaximumMessage = 64UL * 1024 * 1024;
+// The size of one read of DATA.
+constexpr std::size_t kChunk = 64UL * 1024;
 
 std::string verb(const std::string& line) {
   std::string word = line.substr(0, line.find(' '));
@@ -68,7 +73,7 @@ class Session : public std::enable_shared_from_this<Session> {
   Session(tcp::socket socket, EmbeddedSmtpServer::State& state)
       : _socket(std::move(socket)), _buffer(kMaximumLine), _state(state) {}
 
-  void start() { reply("220 zukit-loopback ESMTP ready\r\n", true); }
+  void start() { reply("220 zukit-loopback ESMTP ready\r\n"); }
 
  private:
   void readLine() {
@@ -85,7 +90,6 @@ class Session : public std::enable_shared_from_this<Session> {
   }
 
   void handle(const std::string& line) {
-    if (_inData) return handleDataLine(line);
     const std::string command = verb(line);
     if (command == "EHLO") {
       reply("250-zukit-loopback\r\n250-8BITMIME\r\n250-SMTPUTF8\r\n250 SIZE " +
@@ -103,9 +107,8 @@ class Session : public std::enable_shared_from_this<Session> {
       reply("250 2.1.5 OK\r\n");
     } else if (command == "DATA") {
       if (_message.recipients.empty()) return reply("503 5.5.1 RCPT first\r\n");
-      _inData = true;
-      _tooLarge = false;
-      reply("354 End data with <CR><LF>.<CR><LF>\r\n");
+      _data.clear();
+      reply("354 End data with <CR><LF>.<CR><LF>\r\n", Next::Data);
     } else if (command == "RSET") {
       _message = {};
       _haveSender = false;
@@ -113,40 +116,79 @@ class Session : public std::enable_shared_from_this<Session> {
     } else if (command == "NOOP") {
       reply("250 2.0.0 OK\r\n");
     } else if (command == "QUIT") {
-      reply("221 2.0.0 Bye\r\n", false);
+      reply("221 2.0.0 Bye\r\n", Next::Close);
     } else {
       reply("502 5.5.2 Command not implemented\r\n");
     }
   }
 
-  void handleDataLine(const std::string& line) {
-    if (line == ".") {
-      _inData = false;
-      _haveSender = false;
-      if (_tooLarge) return reply("552 5.3.4 Message too big\r\n");
-      _state.keep(std::exchange(_message, {}));
-      return reply("250 2.0.0 Message accepted\r\n");
+  // Gathers DATA in large reads until the line "." ends it; what follows stays buffered for
+  // the next command.
+  void readData() {
+    const std::size_t buffered = _buffer.size();
+    if (buffered > 0) {
+      _data.append(asio::buffers_begin(_buffer.data()), asio::buffers_end(_buffer.data()));
+      _buffer.consume(buffered);
     }
-    if (_message.data.size() + line.size() > kMaximumMessage) _tooLarge = true;
-    if (!_tooLarge) {
-      _message.data.append(line.starts_with('.') ? line.substr(1) : line).append("\r\n");
-    }
-    readLine();
+    const std::size_t end = endOfData();
+    if (end != std::string::npos) return finishData(end);
+    if (_data.size() > kMaximumMessage) return reply("552 5.3.4 Message too big\r\n", Next::Close);
+    auto self = shared_from_this();
+    auto chunk = std::make_shared<std::array<char, kChunk>>();
+    _socket.async_read_some(asio::buffer(*chunk),
+                            [self, chunk](const asio::error_code& error, std::size_t length) {
+                              if (error) return;
+                              self->_data.append(chunk->data(), length);
+                              const std::size_t found = self->endOfData();
+                              if (found != std::string::npos) return self->finishData(found);
+                              self->readData();
+                            });
   }
 
-  void reply(std::string text, bool thenRead = true) {
+  // Where the terminating "." line starts in _data (the CRLF before it kept in the message), or
+  // npos while it has not come.
+  std::size_t endOfData() const {
+    if (_data.starts_with(".\r\n")) return 0;
+    const std::size_t found = _data.find("\r\n.\r\n");
+    return found == std::string::npos ? found : found + 2;
+  }
+
+  void finishData(std::size_t end) {
+    // Bytes after the terminator are the next commands.
+    std::ostream rest(&_buffer);
+    rest.write(_data.data() + end + 3, static_cast<std::streamsize>(_data.size() - end - 3));
+    _data.resize(end);
+    // Undo the dot-stuffing: a line that starts with "." was sent with one more.
+    std::string& out = _message.data;
+    out.reserve(_data.size());
+    std::size_t start = 0;
+    while (start < _data.size()) {
+      std::size_t next = _data.find("\r\n", start);
+      next = next == std::string::npos ? _data.size() : next + 2;
+      out.append(_data, _data[start] == '.' ? start + 1 : start,
+                 next - (_data[start] == '.' ? start + 1 : start));
+      start = next;
+    }
+    _data.clear();
+    _haveSender = false;
+    _state.keep(std::exchange(_message, {}));
+    reply("250 2.0.0 Message accepted\r\n");
+  }
+
+  // What the session does once a reply is written.
+  enum class Next : std::uint8_t { Command, Data, Close };
+
+  void reply(std::string text, Next next = Next::Command) {
     auto self = shared_from_this();
     auto message = std::make_shared<std::string>(std::move(text));
     asio::async_write(_socket, asio::buffer(*message),
-                      [self, message, thenRead](const asio::error_code& error, std::size_t) {
+                      [self, message, next](const asio::error_code& error, std::size_t) {
                         if (error) return;
-                        if (thenRead) {
-                          self->readLine();
-                        } else {
-                          asio::error_code ignored;
-                          self->_socket.shutdown(tcp::socket::shutdown_both, ignored);
-                          self->_socket.close(ignored);
-                        }
+                        if (next == Next::Command) return self->readLine();
+                        if (next == Next::Data) return self->readData();
+                        asio::error_code ignored;
+                        self->_socket.shutdown(tcp::socket::shutdown_both, ignored);
+                        self->_socket.close(ignored);
                       });
   }
 
@@ -154,9 +196,9 @@ class Session : public std::enable_shared_from_this<Session> {
   asio::streambuf _buffer;
   EmbeddedSmtpServer::State& _state;
   EmbeddedSmtpServer::Message _message;
+  // DATA as it arrives, before the dot-stuffing is undone.
+  std::string _data;
   bool _haveSender = false;
-  bool _inData = false;
-  bool _tooLarge = false;
 };
 
 }  // namespace
@@ -165,6 +207,9 @@ void EmbeddedSmtpServer::State::accept() {
   auto self = shared_from_this();
   acceptor.async_accept([self](const asio::error_code& error, tcp::socket socket) {
     if (error) return;
+    // Replies are small writes that the client waits for: no Nagle delay.
+    asio::error_code ignored;
+    socket.set_option(tcp::no_delay(true), ignored);
     std::make_shared<Session>(std::move(socket), *self)->start();
     self->accept();
   });
