@@ -87,13 +87,13 @@ constexpr const char* kBody = "请查收附件";
 // The two attachments of every mail: 16 KiB and 64 KiB of varied bytes.
 const std::string& attachment(int index) {
   static const std::string small = [] {
-    std::string bytes(16 * 1024, '\0');
+    std::string bytes(16UL * 1024, '\0');
     for (std::size_t i = 0; i < bytes.size(); ++i)
       bytes[i] = static_cast<char>(i * 31 + 7);
     return bytes;
   }();
   static const std::string large = [] {
-    std::string bytes(64 * 1024, '\0');
+    std::string bytes(64UL * 1024, '\0');
     for (std::size_t i = 0; i < bytes.size(); ++i)
       bytes[i] = static_cast<char>(i * 131 + 3);
     return bytes;

@@ -121,6 +121,7 @@ int runChild(const char* name, std::chrono::steady_clock::duration* took = nullp
   std::string self = zu::executablePath();
   std::vector<std::string> arguments{self, "--child", name};
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments)
     argv.push_back(argument.data());
   argv.push_back(nullptr);
@@ -160,7 +161,7 @@ int showMailInChild() {
     return 1;
   }
   const zu::MailMessage& message = composer->message();
-  sayf("the composer: to %@, subject \"%@\", body \"%@\" (%@), %@ attachments with MIME type \"\"",
+  sayf(R"(the composer: to %@, subject "%@", body "%@" (%@), %@ attachments with MIME type "")",
        message.toRecipients.front(), message.subject, message.body,
        message.bodyIsHTML ? "HTML" : "plain text", message.attachments.size());
   waitOnMainLoop([&composer] {
@@ -199,7 +200,7 @@ int showMailInChild() {
   waitOnMainLoop([&alert] {
     return alert->appearanceState() == zu::UIViewController::AppearanceState::Appeared;
   });
-  sayf("  alert \"%@\" with the one button \"%@\"", alert->title(),
+  sayf(R"(  alert "%@" with the one button "%@")", alert->title(),
        alert->actions().front()->title());
   const std::string alertPicture = zu::homeDirectory() + "/mail-no-account-alert.png";
   if (zu::ViewRenderer::writePNG(*app.window, alertPicture, 2)) {

@@ -91,6 +91,7 @@ SmtpServer::SmtpServer(const Options& options) : _spool(newSpool()) {
   if (!options.login.empty()) arguments.insert(arguments.end(), {"--login", options.login});
   if (options.holdData) arguments.emplace_back("--hold");
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments)
     argv.push_back(argument.data());
   argv.push_back(nullptr);

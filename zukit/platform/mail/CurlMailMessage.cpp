@@ -101,11 +101,13 @@ CurlMailMessage::CurlMailMessage(CURL* easy, const MailMessage& message,
   for (const MailAttachment& attachment : message.attachments) {
     curl_mimepart* part = curl_mime_addpart(_mime);
     // Empty data still makes a part: libcurl reads a null pointer as "no data set".
-    const char* bytes = attachment.data.empty()
-                            ? ""
-                            : reinterpret_cast<const char*>(  // NOLINT(cppcoreguidelines-pro-type-reinterpret-cast):
-                                                              // bytes as libcurl's char buffer
-                                  attachment.data.data());
+    const char* bytes =
+        attachment.data.empty()
+            ? ""
+            : reinterpret_cast<
+                  const char*>(  // NOLINT(cppcoreguidelines-pro-type-reinterpret-cast):
+                                 // bytes as libcurl's char buffer
+                  attachment.data.data());
     curl_mime_data(part, bytes, attachment.data.size());
     curl_mime_type(part, attachmentContentType(attachment.mimeType).c_str());
     curl_mime_encoder(part, "base64");

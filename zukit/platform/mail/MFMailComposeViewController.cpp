@@ -83,13 +83,14 @@ std::pair<std::string, std::shared_ptr<NSError>> writeDraft(const MailMessage& m
                      "The draft could not be written: " + directory + ": " + failure.message())};
   }
   const std::string path = directory + "/" + draftFileName(message);
-  const int error =
-      writeFileAtomically(path,
-                          std::span(reinterpret_cast<const std::uint8_t*>(  // NOLINT(cppcoreguidelines-pro-type-reinterpret-cast):
-                                                                            // text as bytes
-                                        bytes->data()),
-                                    bytes->size()),
-                          kDraftMode);
+  const int error = writeFileAtomically(
+      path,
+      std::span(reinterpret_cast<
+                    const std::uint8_t*>(  // NOLINT(cppcoreguidelines-pro-type-reinterpret-cast):
+                                           // text as bytes
+                    bytes->data()),
+                bytes->size()),
+      kDraftMode);
   if (error != 0) {
     return {{},
             composeError(MFMailComposeErrorCodeSaveFailed,

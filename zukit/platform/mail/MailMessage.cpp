@@ -97,7 +97,7 @@ std::string attachmentContentType(const std::string& mimeType) {
 }
 
 std::string encodedHeaderText(const std::string& text) {
-  const std::string flat = withoutLineBreaks(text);
+  std::string flat = withoutLineBreaks(text);
   if (isPrintableAscii(flat)) return flat;
   std::string out;
   std::size_t start = 0;

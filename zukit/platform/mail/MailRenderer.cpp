@@ -133,6 +133,11 @@ void serveSession(int fd, std::string& message, bool& complete) {
   }
 }
 
+const sockaddr* asSocketAddress(const sockaddr_un& address) {
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the sockets API's generic form
+  return reinterpret_cast<const sockaddr*>(&address);
+}
+
 // A listening socket in the abstract Unix namespace under an unguessable name: private to this
 // process in all but name, leaves no file behind, and needs no port.
 class PrivateListener {
@@ -147,11 +152,7 @@ class PrivateListener {
     }
     _socket.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address = this->address();
-    if (_socket.get() < 0 ||
-        bind(_socket.get(),
-             reinterpret_cast<const sockaddr*>(
-                 &address),  // NOLINT(cppcoreguidelines-pro-type-reinterpret-cast): the sockets API
-             addressLength()) != 0 ||
+    if (_socket.get() < 0 || bind(_socket.get(), asSocketAddress(address), addressLength()) != 0 ||
         listen(_socket.get(), 1) != 0) {
       _socket.reset();
     }
@@ -188,12 +189,9 @@ class PrivateListener {
   void poke() const {
     const Socket knock(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const sockaddr_un address = this->address();
+    // Refused when nothing listens any more, which is fine: then nobody waits.
     if (knock.get() >= 0) {
-      connect(
-          knock.get(),
-          reinterpret_cast<const sockaddr*>(
-              &address),  // NOLINT(cppcoreguidelines-pro-type-reinterpret-cast): the sockets API
-          addressLength());
+      static_cast<void>(connect(knock.get(), asSocketAddress(address), addressLength()));
     }
   }
 

@@ -1,14 +1,12 @@
 #include "zukit/platform/mail/MailText.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace zu::mailtext {
 
 bool isPrintableAscii(std::string_view text) {
-  for (const char c : text) {
-    if (c < 0x20 || c > 0x7e) return false;
-  }
-  return true;
+  return std::ranges::all_of(text, [](char c) { return c >= 0x20 && c <= 0x7e; });
 }
 
 std::string withoutLineBreaks(std::string text) {
