@@ -153,8 +153,14 @@ void BM_ComposerSendMail(benchmark::State& state) {
     state.SkipWithError("a mail was not delivered");
   }
 }
-// The work runs on other threads and in the server: measured in real time.
-BENCHMARK(BM_ComposerSendMail)->Unit(benchmark::kMicrosecond)->MinTime(1.0)->UseRealTime();
+// The work runs on other threads and in the server: measured in real time. Loopback round trips
+// on a shared machine are noisy: five repetitions each, compared by medians.
+BENCHMARK(BM_ComposerSendMail)
+    ->Unit(benchmark::kMicrosecond)
+    ->MinTime(0.5)
+    ->UseRealTime()
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 // The same message built with libcurl's MIME API and sent with libcurl on the calling thread.
 void BM_RawCurlSendMail(benchmark::State& state) {
@@ -200,11 +206,16 @@ void BM_RawCurlSendMail(benchmark::State& state) {
     state.SkipWithError("a mail was not delivered");
   }
 }
-BENCHMARK(BM_RawCurlSendMail)->Unit(benchmark::kMicrosecond)->MinTime(1.0)->UseRealTime();
+BENCHMARK(BM_RawCurlSendMail)
+    ->Unit(benchmark::kMicrosecond)
+    ->MinTime(0.5)
+    ->UseRealTime()
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 using zukit::bench::RatioRegistration;
 const RatioRegistration kTick("BM_ZuTimerTick/repeats:5", "BM_DispatchSourceTick/repeats:5");
-const RatioRegistration kMail("BM_ComposerSendMail/min_time:1.000/real_time",
-                              "BM_RawCurlSendMail/min_time:1.000/real_time");
+const RatioRegistration kMail("BM_ComposerSendMail/min_time:0.500/repeats:5/real_time",
+                              "BM_RawCurlSendMail/min_time:0.500/repeats:5/real_time");
 
 }  // namespace
