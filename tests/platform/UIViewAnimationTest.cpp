@@ -116,9 +116,9 @@ TEST(UIViewAnimation, NestedBlocksKeepTheirOwnDurations) {
         view->setAlpha(0.5);
         UIView::animateWithDuration(
             0.2, [&] { view->setCenter(CGPointMake(5, 5)); },
-            [&order](bool done) { order.push_back(done ? "inner" : "inner unfinished"); });
+            [&order](bool done) { order.emplace_back(done ? "inner" : "inner unfinished"); });
       },
-      [&order](bool done) { order.push_back(done ? "outer" : "outer unfinished"); });
+      [&order](bool done) { order.emplace_back(done ? "outer" : "outer unfinished"); });
   clock.advance(200ms);
   EXPECT_EQ(order, std::vector<std::string>{"inner"});
   clock.advance(800ms);

@@ -91,16 +91,17 @@ class ZuNavigationTest : public testing::Test {
     scene->setActivationState(state);
     zu::UIApplication::sharedApplication()->connectScene(scene);
     std::vector<std::shared_ptr<zu::UIWindow>> windows;
+    windows.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
       windows.push_back(zu::UIWindow::windowWithWindowScene(scene));
     return windows;
   }
 
   // One active scene with one window whose root is `root`.
-  static std::shared_ptr<zu::UIWindow> showRoot(std::shared_ptr<UIViewController> root) {
+  static std::shared_ptr<zu::UIWindow> showRoot(const std::shared_ptr<UIViewController>& root) {
     runOn("13.0");
-    const auto window = connectScene(zu::UISceneActivationStateForegroundActive, 1).front();
-    window->setRootViewController(std::move(root));
+    auto window = connectScene(zu::UISceneActivationStateForegroundActive, 1).front();
+    window->setRootViewController(root);
     window->makeKeyAndVisible();
     return window;
   }

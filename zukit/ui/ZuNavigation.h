@@ -38,7 +38,9 @@ class ZU_EXPORT ZuNavigation : public zu::Object {
   // first rule that applies each time, a presented controller; a navigation controller's
   // non-nil top controller; a tab-bar controller's selected controller (a selected navigation
   // controller's top controller, even nil); any object's answer to "selectedViewController"
-  // (through the runtime; a navigation controller answer gives its top controller); and stops
+  // (asked through the runtime with respondsToSelector and performSelector, so a host container
+  // answers with a runtime entry returning an id or a Value; a navigation controller answer
+  // gives its top controller); and stops
   // when none applies. There is no guard against cycles: a container that answers itself keeps
   // the walk going. nullptr when the walk reaches no controller.
   static std::shared_ptr<zu::UIViewController> currentViewController();

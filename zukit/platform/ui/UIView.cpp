@@ -275,10 +275,11 @@ std::shared_ptr<UIView> UIView::hitTest(CGPoint point, const std::shared_ptr<UIE
                                                                     point, event)) {
     return nullptr;
   }
-  const std::vector<std::shared_ptr<UIView>> children = subviews();
-  // From the front (the last subview) to the back.
-  for (std::size_t index = children.size(); index-- > 0;) {
-    const std::shared_ptr<UIView>& child = children[index];
+  // From the front (the last subview) to the back, without copying the list: a subview's own
+  // hit test may change the tree, so the index is checked again at every step.
+  for (std::size_t index = _subviews.size(); index-- > 0;) {
+    if (index >= _subviews.size()) continue;
+    const std::shared_ptr<UIView> child = _subviews[index];
     auto hit = objc_msgSend<std::shared_ptr<UIView>, CGPoint, const std::shared_ptr<UIEvent>&>(
         child, hitTestSelector(), fromParent(*child, point), event);
     if (hit) return hit;
