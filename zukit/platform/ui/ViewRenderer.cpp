@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -33,8 +34,15 @@ using PatternPointer = std::unique_ptr<cairo_pattern_t, PatternRelease>;
 
 // Samples of the shadow's blur on each side of its centre, along each axis.
 constexpr int kBlurSteps = 2;
+// Pixels per point of the pictures that stand for translucent or shadowed views in SVG output.
+constexpr double kVectorPictureScale = 2;
 
-void drawView(cairo_t* cairo, const UIView& view, bool isRoot);
+// What is drawn into: pixels, or vectors (SVG). cairo 1.16's SVG surface loses memory for every
+// group (push_group) or recording surface drawn into it, so in vector output a view that needs
+// a group (translucent or shadowed) is drawn to an image and embedded as a picture.
+enum class Target : std::uint8_t { Raster, Vector };
+
+void drawView(cairo_t* cairo, const UIView& view, bool isRoot, Target target);
 
 // The shadow of what `content` (the view's drawing) covers: its alpha, in the shadow's colour,
 // moved by the offset and blurred by the radius (a Gaussian sampled on a 5 x 5 grid, summed).
@@ -82,7 +90,7 @@ void drawShadow(cairo_t* cairo, cairo_pattern_t* content, const CALayer& layer) 
 
 // The view's own drawing in its local box (origin 0, 0): clip, background, content, subviews,
 // border.
-void drawContent(cairo_t* cairo, const UIView& view) {
+void drawContent(cairo_t* cairo, const UIView& view, Target target) {
   const CGRect bounds = view.bounds();
   const CGRect local = CGRectMake(0, 0, bounds.size.width, bounds.size.height);
   const CALayer& layer = *view.layer();
@@ -104,8 +112,9 @@ void drawContent(cairo_t* cairo, const UIView& view) {
                    [](const std::shared_ptr<UIView>& first, const std::shared_ptr<UIView>& second) {
                      return first->layer()->zPosition() < second->layer()->zPosition();
                    });
-  for (const std::shared_ptr<UIView>& subview : subviews)
-    drawView(cairo, *subview, false);
+  for (const std::shared_ptr<UIView>& subview : subviews) {
+    drawView(cairo, *subview, false, target);
+  }
   cairo_restore(cairo);
   if (layer.borderWidth() > 0) {
     context.strokeRoundedRect(local, layer.cornerRadius(), layer.borderWidth(),
@@ -113,7 +122,38 @@ void drawContent(cairo_t* cairo, const UIView& view) {
   }
 }
 
-void drawView(cairo_t* cairo, const UIView& view, bool isRoot) {
+bool hasShadow(const CALayer& layer) {
+  return !layer.masksToBounds() && layer.shadowOpacity() > 0 && layer.shadowColor().alpha > 0;
+}
+
+// Draws `view` (in its local box) to an image with room for its shadow, and paints that
+// picture in its place: how a grouped view reaches vector output.
+void drawAsPicture(cairo_t* cairo, const UIView& view) {
+  const CALayer& layer = *view.layer();
+  const CGSize size = view.bounds().size;
+  const CGFloat margin = hasShadow(layer)
+                             ? std::abs(layer.shadowOffset().width) +
+                                   std::abs(layer.shadowOffset().height) + layer.shadowRadius() + 2
+                             : 0;
+  const int width = static_cast<int>(std::ceil((size.width + 2 * margin) * kVectorPictureScale));
+  const int height = static_cast<int>(std::ceil((size.height + 2 * margin) * kVectorPictureScale));
+  if (width <= 0 || height <= 0) return;
+  const SurfacePointer picture(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+  {
+    const CairoPointer pictureCairo(cairo_create(picture.get()));
+    cairo_scale(pictureCairo.get(), kVectorPictureScale, kVectorPictureScale);
+    cairo_translate(pictureCairo.get(), margin, margin);
+    drawView(pictureCairo.get(), view, true, Target::Raster);
+  }
+  cairo_save(cairo);
+  cairo_translate(cairo, -margin, -margin);
+  cairo_scale(cairo, 1 / kVectorPictureScale, 1 / kVectorPictureScale);
+  cairo_set_source_surface(cairo, picture.get(), 0, 0);
+  cairo_paint(cairo);
+  cairo_restore(cairo);
+}
+
+void drawView(cairo_t* cairo, const UIView& view, bool isRoot, Target target) {
   if (!isRoot && view.isHidden()) return;
   const CGFloat alpha = view.alpha();
   if (alpha <= 0) return;
@@ -124,18 +164,22 @@ void drawView(cairo_t* cairo, const UIView& view, bool isRoot) {
     cairo_translate(cairo, frame.origin.x, frame.origin.y);
   }
   const bool fade = alpha < 1;
-  const bool shadow =
-      !layer.masksToBounds() && layer.shadowOpacity() > 0 && layer.shadowColor().alpha > 0;
+  const bool shadow = hasShadow(layer);
+  if ((fade || shadow) && target == Target::Vector) {
+    drawAsPicture(cairo, view);
+    cairo_restore(cairo);
+    return;
+  }
   if (fade) cairo_push_group(cairo);
   if (shadow) {
     cairo_push_group(cairo);
-    drawContent(cairo, view);
+    drawContent(cairo, view, target);
     const PatternPointer content(cairo_pop_group(cairo));
     drawShadow(cairo, content.get(), layer);
     cairo_set_source(cairo, content.get());
     cairo_paint(cairo);
   } else {
-    drawContent(cairo, view);
+    drawContent(cairo, view, target);
   }
   if (fade) {
     cairo_pop_group_to_source(cairo);
@@ -183,7 +227,7 @@ std::optional<Bitmap> ViewRenderer::render(const UIView& view, CGFloat scale) {
   {
     const CairoPointer cairo(cairo_create(surface.get()));
     cairo_scale(cairo.get(), scale, scale);
-    drawView(cairo.get(), view, true);
+    drawView(cairo.get(), view, true, Target::Raster);
   }
   cairo_surface_flush(surface.get());
   return bitmap;
@@ -208,7 +252,7 @@ std::optional<Data> ViewRenderer::svgData(const UIView& view) {
     cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PX);
     {
       const CairoPointer cairo(cairo_create(surface.get()));
-      drawView(cairo.get(), view, true);
+      drawView(cairo.get(), view, true, Target::Vector);
     }
     cairo_surface_finish(surface.get());
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;

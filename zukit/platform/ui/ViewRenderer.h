@@ -32,7 +32,9 @@ class ZU_EXPORT ViewRenderer {
   // Writes render() as a PNG file at `path`; false (and a console line) when there is nothing to
   // draw or the file cannot be written.
   static bool writePNG(const UIView& view, const std::string& path, CGFloat scale = 1);
-  // The view drawn as an SVG document in points; none for a view without area.
+  // The view drawn as an SVG document in points; none for a view without area. Translucent and
+  // shadowed views are embedded as pictures at twice the scale, the rest as vectors (text as
+  // glyph outlines).
   static std::optional<Data> svgData(const UIView& view);
   // Writes svgData() to `path`; false (and a console line) on failure.
   static bool writeSVG(const UIView& view, const std::string& path);
