@@ -239,7 +239,8 @@ void showMail(DemoContext& /*context*/) {
 
 }  // namespace
 
-const DemoRegistration kMailComposer(60, "Mail composer and the animated exit", &showMail);
+// Last in the tour, since it ends with the animated exit.
+const DemoRegistration kMailComposer(90, "Mail composer and the animated exit", &showMail);
 const DemoChildRegistration kMailChild("mail", &showMailInChild);
 const DemoChildRegistration kExitChild("exit", &exitInChild);
 
