@@ -5,12 +5,12 @@ find_package(CURL REQUIRED)
 find_package(ICU REQUIRED COMPONENTS uc i18n)
 find_package(nlohmann_json 3 REQUIRED)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
-# Kernel routes and links over netlink (reachability); the modem manager over D-Bus (telephony).
-pkg_check_modules(MNL REQUIRED IMPORTED_TARGET libmnl)
-pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 # Drawing views to PNG and SVG, and their text.
 pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo cairo-png cairo-svg)
 pkg_check_modules(PANGOCAIRO REQUIRED IMPORTED_TARGET pangocairo)
+# Kernel routes and links over netlink (reachability); the modem manager over D-Bus (telephony).
+pkg_check_modules(MNL REQUIRED IMPORTED_TARGET libmnl)
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 # The system font's first family, which draws Chinese; without it text falls back to other fonts
 # and the snapshot tests' reference pictures no longer match.
 find_file(ZUKIT_CJK_FONT wqy-microhei.ttc PATHS /usr/share/fonts/truetype/wqy NO_DEFAULT_PATH)

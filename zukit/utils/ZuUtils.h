@@ -1,18 +1,26 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "zukit/platform/foundation/Date.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/ui/Geometry.h"
 
-// Stateless helpers for dates, text, base64, device and app identity. Class methods only;
-// callable from any thread. Text arguments take a zu::Value, so that NSNull (as decoded JSON
-// gives it) reaches them; such a text counts as missing, like an absent or empty one.
-class ZuUtils : public zu::Object {
+namespace zu {
+class UIViewController;
+}  // namespace zu
+
+// Stateless helpers for dates, text, base64, device and app identity, the mail composer and the
+// animated exit. Class methods only; callable from any thread, except the mail composer and the
+// exit, which are user-interface work for the main thread. Text arguments take a zu::Value, so that
+// NSNull (as decoded JSON gives it) reaches them; such a text counts as missing, like an absent or
+// empty one.
+class ZU_EXPORT ZuUtils : public zu::Object {
  public:
   ZuUtils() = delete;
 
@@ -85,4 +93,28 @@ class ZuUtils : public zu::Object {
   // The server environment of the app group: the integer "envType" of the shared store;
   // 0 when nothing is stored.
   static zu::NSInteger getEnvironmentWithGroupIdentifier(const zu::Value& identifier);
+
+  // --- Mail composer and animated exit (ZuUtils+Mail.cpp); main thread only ---
+
+  // Opens the mail composer from `fromController`, addressed to `recipient`, with `subject`, the
+  // plain-text body "请查收附件" and one attachment per byte buffer of the list
+  // `attachmentDatas`, named by the same place in the list `attachmentFileNames`, each with the
+  // empty MIME type (sent as application/octet-stream). Nothing at all happens for a recipient
+  // that is absent, NSNull or empty. Without a mail account (canSendMail NO) it logs
+  // "请先打开系统“邮件”APP，添加邮箱账号" at ZuLogLevelError and presents an alert with that
+  // title and the one button "确定" instead. Otherwise the composer's delegate is
+  // `fromController`, and a handler is attached (on every call, through ZuSwizzler, under the
+  // name "MFMailComposeViewControllerDelegate") to its "mailComposeController:didFinishWithResult:
+  // error:", which dismisses the current view controller (ZuNavigation) when the composer ends;
+  // it compares the boxed result it is given with the plain result codes, which never match, so
+  // it logs none of its four result lines. An entry of the buffer list that is not bytes is left
+  // out, and a buffer whose name is missing or no text is named "attachment-<n>" (n its place in
+  // the list); a name list shorter than the buffer list is a caller error, reported by a console
+  // line, and loses no attachment.
+  static void sendEmailTo(const zu::Value& recipient, const zu::Value& subject,
+                          const zu::Value& attachmentDatas, const zu::Value& attachmentFileNames,
+                          const std::shared_ptr<zu::UIViewController>& fromController);
+  // Shrinks the key window (ZuNavigation) to zero height around its centre over 0.3 seconds,
+  // then ends the process with exit status 0 from the animation's completion on the main queue.
+  static void exitWithAnimation();
 };
