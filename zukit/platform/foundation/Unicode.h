@@ -18,4 +18,13 @@ std::size_t utf8SequenceLength(std::string_view text);
 // The text without its first character (one UTF-8 sequence).
 std::string dropFirstCharacter(std::string_view text);
 
+// UTF-8 text of Latin-1 (ISO 8859-1) bytes: each byte is the character of the same number.
+std::string utf8FromLatin1(std::string_view bytes);
+
+// UTF-8 text of UTF-16 code units; a surrogate without its partner becomes U+FFFD.
+std::string utf8FromUtf16(std::u16string_view units);
+
+// UTF-16 code units of UTF-8 text; a malformed sequence becomes U+FFFD.
+std::u16string utf16FromUtf8(std::string_view text);
+
 }  // namespace zu
