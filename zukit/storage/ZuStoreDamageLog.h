@@ -1,0 +1,22 @@
+#pragma once
+
+#include "zukit/platform/foundation/StoreFile.h"
+
+// Logs at level 5 (ZuLogLevelError), under the caller's printed name, every store file (keychain
+// group, preferences domain) that the platform found it could not read while the log lived on
+// this thread: such files are kept aside or left alone, never replaced, and the platform says so
+// on the console only, since it cannot reach the logger. Make one around a call that writes a
+// store; it logs when it goes.
+class ZuStoreDamageLog {
+ public:
+  // Collects until destroyed; `function` is the printed name, such as
+  // "-[ZuKeychainItemWrapper writeToKeychain]", and must outlive the log.
+  explicit ZuStoreDamageLog(const char* function) : _function(function) {}
+  ~ZuStoreDamageLog();
+  ZuStoreDamageLog(const ZuStoreDamageLog&) = delete;
+  ZuStoreDamageLog& operator=(const ZuStoreDamageLog&) = delete;
+
+ private:
+  const char* _function;
+  zu::StoreFile::Reports _reports;
+};
