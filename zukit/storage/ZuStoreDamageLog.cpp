@@ -4,5 +4,5 @@
 
 ZuStoreDamageLog::~ZuStoreDamageLog() {
   for (const std::string& message : _reports.messages())
-    ZuLogger::log(ZuLogLevelError, _function, "%@", message);
+    ZuLogger::log(ZuLogLevelError, _function.c_str(), "%@", message);
 }

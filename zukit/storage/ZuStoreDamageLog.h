@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "zukit/platform/foundation/StoreFile.h"
 
 // Logs at level 5 (ZuLogLevelError), under the caller's printed name, every store file (keychain
@@ -10,13 +12,13 @@
 class ZuStoreDamageLog {
  public:
   // Collects until destroyed; `function` is the printed name, such as
-  // "-[ZuKeychainItemWrapper writeToKeychain]", and must outlive the log.
-  explicit ZuStoreDamageLog(const char* function) : _function(function) {}
+  // "-[ZuKeychainItemWrapper writeToKeychain]".
+  explicit ZuStoreDamageLog(std::string function) : _function(std::move(function)) {}
   ~ZuStoreDamageLog();
   ZuStoreDamageLog(const ZuStoreDamageLog&) = delete;
   ZuStoreDamageLog& operator=(const ZuStoreDamageLog&) = delete;
 
  private:
-  const char* _function;
+  const std::string _function;
   zu::StoreFile::Reports _reports;
 };
