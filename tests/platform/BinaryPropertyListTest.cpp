@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -165,6 +166,40 @@ TEST(BinaryPropertyList, DamagedStructureIsRefusedPromptly) {
   const auto started = std::chrono::steady_clock::now();
   EXPECT_FALSE(BinaryPropertyList::read(assemble(chain)));
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+}
+
+// The number of objects a binary property list holds, from its trailer.
+std::uint64_t objectCount(const Data& bytes) {
+  std::uint64_t count = 0;
+  for (std::size_t i = bytes.size() - 24; i < bytes.size() - 16; ++i)
+    count = count << 8U | bytes[i];
+  return count;
+}
+
+TEST(BinaryPropertyList, StoresEqualScalarsOnceAndUidsAsUidsWhenAsked) {
+  const Value uid(Dictionary{{"CF$UID", Value(7)}});
+  const Value value(Array{uid, uid, Value(Data{1, 2}), Value(Data{1, 2}), Value(2.5), Value(2.5),
+                          Value("t"), Value("t"), Value(Date::dateWithTimeIntervalSince1970(1)),
+                          Value(Date::dateWithTimeIntervalSince1970(1)), Value(true), Value(true)});
+  const auto asUids =
+      BinaryPropertyList::write(value, BinaryPropertyList::UidDictionaries::WriteAsUids);
+  ASSERT_TRUE(asUids);
+  // The array, then one of each: UID, data, real, text, date, boolean.
+  EXPECT_EQ(objectCount(*asUids), 7U);
+  EXPECT_NE(
+      std::search(asUids->begin(), asUids->end(), std::begin({0x80, 0x07}), std::end({0x80, 0x07})),
+      asUids->end());
+  EXPECT_EQ(BinaryPropertyList::read(*asUids), value);
+  // Kept as dictionaries: the dictionary twice, its key and number once each.
+  const auto kept = BinaryPropertyList::write(value);
+  ASSERT_TRUE(kept);
+  EXPECT_EQ(objectCount(*kept), 10U);
+  EXPECT_EQ(BinaryPropertyList::read(*kept), value);
+  // Numbers that do not fit a UID stay dictionaries.
+  const Value large(Dictionary{{"CF$UID", Value(std::int64_t{1} << 40)}});
+  EXPECT_EQ(BinaryPropertyList::read(*BinaryPropertyList::write(
+                large, BinaryPropertyList::UidDictionaries::WriteAsUids)),
+            large);
 }
 
 TEST(BinaryPropertyList, RefusesToWriteWhatIsNotAPropertyList) {

@@ -1,9 +1,12 @@
 // Writing binary property lists: the value tree is flattened into a table of objects (the top
-// one first, each container before its elements, equal texts once), then each object is
-// written with references of the smallest width that numbers them all.
+// one first, each container before its elements, equal scalars once, as the platform's writer
+// stores them), then each object is written with references of the smallest width that
+// numbers them all.
 
 #include <algorithm>
 #include <bit>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -18,10 +21,11 @@ namespace {
 constexpr std::string_view kSignature = "bplist00";
 constexpr double kEpochOffset = 978307200.0;
 
-// One object of the table: a value, or a text (a dictionary key or a string value).
+// One object of the table: a value, a text (a dictionary key or a string value), or a UID.
 struct TableEntry {
   const Value* value = nullptr;
   std::string_view text;
+  std::optional<std::uint64_t> uid;
   // Elements of an array; keys then values of a dictionary.
   std::vector<std::uint64_t> references;
 };
@@ -79,8 +83,21 @@ void appendText(Data& out, std::string_view text) {
     appendBigEndian(out, unit, 2);
 }
 
+// The number of a dictionary that holds only "CF$UID" and an integer that fits a UID.
+std::optional<std::uint64_t> uidOf(const Dictionary& dictionary) {
+  if (dictionary.size() != 1) return std::nullopt;
+  const Value* number = dictionary.find("CF$UID");
+  if (number == nullptr || !number->isInteger() || number->integerValue() < 0 ||
+      number->integerValue() > 0xFFFFFFFFLL) {
+    return std::nullopt;
+  }
+  return static_cast<std::uint64_t>(number->integerValue());
+}
+
 class Writer {
  public:
+  explicit Writer(BinaryPropertyList::UidDictionaries uids) : _uids(uids) {}
+
   std::optional<Data> run(const Value& top) {
     if (!collect(top, 0)) return std::nullopt;
     const std::size_t referenceSize = widthFor(_table.size() - 1);
@@ -114,10 +131,17 @@ class Writer {
       case Value::Kind::Boolean:
       case Value::Kind::Integer:
       case Value::Kind::Real:
-      case Value::Kind::Bytes:
       case Value::Kind::Date:
-        _table.push_back(TableEntry{&value, {}, {}});
+        return collectScalar(TableEntry{&value, {}, {}, {}});
+      case Value::Kind::Bytes: {
+        const Data& bytes = *value.asData();
+        const std::string_view key(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        const auto known = _data.find(key);
+        if (known != _data.end()) return known->second;
+        _table.push_back(TableEntry{&value, {}, {}, {}});
+        _data.emplace(key, _table.size() - 1);
         return _table.size() - 1;
+      }
       case Value::Kind::String:
         return collectText(*value.asString());
       case Value::Kind::List: {
@@ -133,8 +157,12 @@ class Writer {
         return index;
       }
       case Value::Kind::Dictionary: {
-        const std::uint64_t index = reserve(value);
         const Dictionary& dictionary = *value.asDictionary();
+        if (_uids == BinaryPropertyList::UidDictionaries::WriteAsUids) {
+          if (const auto uid = uidOf(dictionary))
+            return collectScalar(TableEntry{&value, {}, uid, {}});
+        }
+        const std::uint64_t index = reserve(value);
         std::vector<std::uint64_t> references(2 * dictionary.size());
         std::size_t i = 0;
         for (const auto& [key, element] : dictionary) {
@@ -154,7 +182,19 @@ class Writer {
   }
 
   std::uint64_t reserve(const Value& container) {
-    _table.push_back(TableEntry{&container, {}, {}});
+    _table.push_back(TableEntry{&container, {}, {}, {}});
+    return _table.size() - 1;
+  }
+
+  // Equal numbers, dates and UIDs share one object: the one of the same bytes.
+  std::uint64_t collectScalar(TableEntry entry) {
+    Data encoded;
+    appendEntry(encoded, entry, 0);
+    std::string key(encoded.begin(), encoded.end());
+    const auto known = _scalars.find(key);
+    if (known != _scalars.end()) return known->second;
+    _table.push_back(std::move(entry));
+    _scalars.emplace(std::move(key), _table.size() - 1);
     return _table.size() - 1;
   }
 
@@ -163,7 +203,7 @@ class Writer {
     if (!isValidUtf8(text)) return std::nullopt;
     const auto known = _texts.find(text);
     if (known != _texts.end()) return known->second;
-    _table.push_back(TableEntry{nullptr, text, {}});
+    _table.push_back(TableEntry{nullptr, text, {}, {}});
     _texts.emplace(text, _table.size() - 1);
     return _table.size() - 1;
   }
@@ -171,6 +211,12 @@ class Writer {
   static void appendEntry(Data& out, const TableEntry& entry, std::size_t referenceSize) {
     if (entry.value == nullptr) {
       appendText(out, entry.text);
+      return;
+    }
+    if (entry.uid) {
+      const std::size_t width = widthFor(*entry.uid);
+      out.push_back(static_cast<std::uint8_t>(0x80U | (width - 1)));
+      appendBigEndian(out, *entry.uid, width);
       return;
     }
     const Value& value = *entry.value;
@@ -206,14 +252,17 @@ class Writer {
     }
   }
 
+  const BinaryPropertyList::UidDictionaries _uids;
   std::vector<TableEntry> _table;
   std::unordered_map<std::string_view, std::uint64_t> _texts;
+  std::unordered_map<std::string_view, std::uint64_t> _data;
+  std::unordered_map<std::string, std::uint64_t> _scalars;
 };
 
 }  // namespace
 
-std::optional<Data> BinaryPropertyList::write(const Value& value) {
-  return Writer().run(value);
+std::optional<Data> BinaryPropertyList::write(const Value& value, UidDictionaries uids) {
+  return Writer(uids).run(value);
 }
 
 }  // namespace zu

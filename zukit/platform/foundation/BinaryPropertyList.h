@@ -29,10 +29,20 @@ class ZU_EXPORT BinaryPropertyList {
   // The value that `bytes` hold; none when they are not a well-formed binary property list, or
   // hold NSNull or a dictionary key that is not text.
   static std::optional<Value> read(std::span<const std::uint8_t> bytes);
+  // How write() treats a dictionary that holds only "CF$UID" and an integer from 0 to 2^32 - 1.
+  enum class UidDictionaries : std::uint8_t {
+    // As any other dictionary.
+    Keep,
+    // As the UID it reads as: what keyed archives refer to their objects by.
+    WriteAsUids,
+  };
+
   // The bytes of `value`; none when it holds what a property list cannot: an absent value (in
   // a collection or at the top), NSNull, an object, text that is not UTF-8, or nesting deeper
-  // than 512 levels. Everything read() gives can be written.
-  static std::optional<Data> write(const Value& value);
+  // than 512 levels. Everything read() gives can be written. The same value always gives the
+  // same bytes.
+  static std::optional<Data> write(const Value& value,
+                                   UidDictionaries uids = UidDictionaries::Keep);
   // The deepest nesting read or written: the top level is 0.
   static constexpr int kMaximumDepth = 512;
 };
