@@ -99,6 +99,11 @@ TEST(NSPropertyListSerialization, XmlKeepsToWhatItCanHold) {
     EXPECT_TRUE(NSPropertyListSerialization::propertyListWithData(bytes(damaged), 0).isAbsent())
         << at;
   }
+  // Bytes that are not UTF-8 read as Latin-1 characters; the rest of the text stays as it is.
+  const std::string latin1 =
+      "<plist><dict><key>\xE9t\xE9</key><string>中\xFF</string></dict></plist>";
+  EXPECT_EQ(NSPropertyListSerialization::propertyListWithData(bytes(latin1), 0),
+            Value(zu::Dictionary{{"été", Value("中ÿ")}}));
   // Dates written as XML come back to the whole second, negative integers as themselves.
   const Value mixed(zu::Array{Value(zu::Date::dateWithTimeIntervalSince1970(1700000000.75)),
                               Value(-42), Value(std::numeric_limits<std::int64_t>::min())});

@@ -121,12 +121,17 @@ std::optional<Data> xmlData(const Value& plist) {
 // XML is parsed by libplist, but nothing is read out of its nodes: libplist writes them as a
 // binary property list, which the library's own reader reads. libplist's text accessors assert
 // on text holding NUL, and XML cannot hold that character anyway, so bytes holding NUL are
-// refused before libplist sees them.
+// refused before libplist sees them. Bytes that are not UTF-8 are read as Latin-1 characters,
+// as the binary reader does, where libplist would cut the text short at them.
 std::optional<Value> xmlValue(const Data& data) {
   if (std::find(data.begin(), data.end(), 0) != data.end()) return std::nullopt;
+  const std::string_view input(reinterpret_cast<const char*>(data.data()), data.size());
+  std::string repaired;
+  if (!isValidUtf8(input)) repaired = utf8WithLatin1Fallback(input);
+  const std::string_view text = repaired.empty() ? input : std::string_view(repaired);
+  if (text.size() > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
   plist_t raw = nullptr;
-  plist_from_xml(reinterpret_cast<const char*>(data.data()),
-                 static_cast<std::uint32_t>(data.size()), &raw);
+  plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &raw);
   const PlistNode node(raw);
   if (!node) return std::nullopt;
   char* bytes = nullptr;

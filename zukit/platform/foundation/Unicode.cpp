@@ -118,6 +118,24 @@ std::string utf8FromLatin1(std::string_view bytes) {
   return out;
 }
 
+std::string utf8WithLatin1Fallback(std::string_view bytes) {
+  std::string out;
+  out.reserve(bytes.size());
+  std::size_t i = 0;
+  while (i < bytes.size()) {
+    char32_t codePoint = 0;
+    const std::size_t length = decode(bytes, i, codePoint);
+    if (length == 0) {
+      appendUtf8(out, static_cast<std::uint8_t>(bytes[i]));
+      ++i;
+    } else {
+      out.append(bytes.substr(i, length));
+      i += length;
+    }
+  }
+  return out;
+}
+
 std::string utf8FromUtf16(std::u16string_view units) {
   std::string out;
   out.reserve(units.size() * 3);

@@ -21,6 +21,10 @@ std::string dropFirstCharacter(std::string_view text);
 // UTF-8 text of Latin-1 (ISO 8859-1) bytes: each byte is the character of the same number.
 std::string utf8FromLatin1(std::string_view bytes);
 
+// UTF-8 text of bytes that should be UTF-8: well-formed sequences stay as they are, and every
+// other byte becomes the Latin-1 character of the same number.
+std::string utf8WithLatin1Fallback(std::string_view bytes);
+
 // UTF-8 text of UTF-16 code units; a surrogate without its partner becomes U+FFFD.
 std::string utf8FromUtf16(std::u16string_view units);
 
