@@ -71,7 +71,7 @@ TEST(FuzzRegression, AKeychainFileHoldingNulBytesGivesAFreshWrapper) {
 TEST(FuzzRegression, AnArchiveWhoseStringHoldsNulIsReadWithoutAborting) {
   const std::string path = zukit::test::TestHome::current() + "/archives/nul.archive";
   place(path, fixture("archive-libplist-assert-485b"));
-  // Its references point outside the objects table: no value.
+  // It reads, but one of its arrays holds a class entry as an element: no value.
   EXPECT_TRUE(ZuDataArchiver::getDataForPath(path).isAbsent());
 }
 
