@@ -186,9 +186,9 @@ TEST(BinaryPropertyList, StoresEqualScalarsOnceAndUidsAsUidsWhenAsked) {
   ASSERT_TRUE(asUids);
   // The array, then one of each: UID, data, real, text, date, boolean.
   EXPECT_EQ(objectCount(*asUids), 7U);
-  EXPECT_NE(
-      std::search(asUids->begin(), asUids->end(), std::begin({0x80, 0x07}), std::end({0x80, 0x07})),
-      asUids->end());
+  const Data uidSeven{0x80, 0x07};
+  EXPECT_NE(std::search(asUids->begin(), asUids->end(), uidSeven.begin(), uidSeven.end()),
+            asUids->end());
   EXPECT_EQ(BinaryPropertyList::read(*asUids), value);
   // Kept as dictionaries: the dictionary twice, its key and number once each.
   const auto kept = BinaryPropertyList::write(value);
