@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
@@ -15,7 +16,7 @@ namespace zu {
 // its own, never replaces or overwrites it, and says so on the console. A higher layer that
 // wants those reports too (the ZuKit wrappers log them at level 5; this layer cannot reach the
 // logger) collects them on its thread with a StoreFile::Reports for the length of its call.
-class StoreFile {
+class ZU_EXPORT StoreFile {
  public:
   // What reading found.
   enum class State : std::uint8_t {
@@ -38,7 +39,7 @@ class StoreFile {
 
   // Collects the reports made on this thread while it lives; collectors nest, and the innermost
   // one collects.
-  class Reports {
+  class ZU_EXPORT Reports {
    public:
     Reports();
     ~Reports();
