@@ -1,5 +1,7 @@
 // Probe commands for platform services seen across processes.
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -10,9 +12,11 @@ namespace zukit::probe {
 
 namespace {
 
-// platform-defaults set SUITE KEY TEXT | defaults get SUITE KEY | defaults count SUITE N PREFIX
+// platform-defaults set SUITE KEY TEXT | get SUITE KEY | count SUITE N PREFIX
+//   | date SUITE KEY SECONDS | seconds SUITE KEY
 // SUITE "-" is the standard store. "get" prints the value's description; "count" sets N keys
-// PREFIX<i> one synchronize at a time, to race another process.
+// PREFIX<i> one synchronize at a time, to race another process; "date" stores the date SECONDS
+// after 1970 and "seconds" prints a stored date's seconds to the last bit ("%.17g").
 int runDefaults(const std::vector<std::string>& arguments) {
   if (arguments.size() < 3) return 2;
   const std::string& op = arguments[0];
@@ -30,6 +34,22 @@ int runDefaults(const std::vector<std::string>& arguments) {
     printLine(defaults->objectForKey(arguments[2]).description());
     return 0;
   }
+  if (op == "date" && arguments.size() == 4) {
+    const double seconds = std::strtod(arguments[3].c_str(), nullptr);
+    defaults->setObject(zu::Value(zu::Date::dateWithTimeIntervalSince1970(seconds)), arguments[2]);
+    return defaults->synchronize() ? 0 : 4;
+  }
+  if (op == "seconds") {
+    const zu::Value value = defaults->objectForKey(arguments[2]);
+    if (!value.isDate()) {
+      printLine("no date");
+      return 0;
+    }
+    char text[40];
+    std::snprintf(text, sizeof text, "%.17g", value.asDate()->timeIntervalSince1970());
+    printLine(text);
+    return 0;
+  }
   if (op == "count" && arguments.size() == 4) {
     const int count = std::stoi(arguments[2]);
     for (int i = 0; i < count; ++i) {
@@ -42,7 +62,8 @@ int runDefaults(const std::vector<std::string>& arguments) {
 }
 
 const ProbeRegistration kDefaults("platform-defaults",
-                                  "set SUITE KEY TEXT | get SUITE KEY | count SUITE N PREFIX",
+                                  "set SUITE KEY TEXT | get SUITE KEY | count SUITE N PREFIX | "
+                                  "date SUITE KEY SECONDS | seconds SUITE KEY",
                                   &runDefaults);
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <limits>
 #include <random>
 #include <string>
 
@@ -71,6 +72,45 @@ TEST(NSDateFormatter, ParsesOnlyTextThatMatchesThePatternWhole) {
   EXPECT_FALSE(formatter.dateFromString("").has_value());
   formatter.setDateFormat("yyyy-MM-dd");
   EXPECT_EQ(formatter.stringFromDate(*parsed), "2020-06-01");
+}
+
+TEST(NSDateFormatter, RefusesFractionsTooLongForIcuAndDatesWithoutAnInstant) {
+  zu::NSDateFormatter formatter;
+  formatter.setTimeZone(zu::NSTimeZone::timeZoneWithName("UTC"));
+  formatter.setDateFormat("ss.SSS");
+  const std::string digits34(34, '1');
+  const std::string digits35(35, '1');
+  EXPECT_TRUE(formatter.dateFromString("07." + digits34.substr(2)).has_value());
+  EXPECT_FALSE(formatter.dateFromString("07." + digits35.substr(2)).has_value());
+  // Digits of other scripts count too: Arabic-Indic ones, which ICU parses as well.
+  std::string arabic;
+  for (int i = 0; i < 35; ++i)
+    arabic += "\u0661";
+  EXPECT_FALSE(formatter.dateFromString("07." + arabic).has_value());
+  formatter.setDateFormat("yyyy");
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const double seconds : {nan, infinity, -infinity}) {
+    EXPECT_EQ(formatter.stringFromDate(zu::Date::dateWithTimeIntervalSince1970(seconds)), "");
+  }
+}
+
+TEST(Date, DescribesInstantsBeyondTheCalendarByTheirSeconds) {
+  using zu::Date;
+  EXPECT_EQ(Date::dateWithTimeIntervalSince1970(1700000000.75).description(),
+            "2023-11-14 22:13:20 +0000");
+  EXPECT_EQ(Date::dateWithTimeIntervalSince1970(-62135596800.0).description(),
+            "1-01-01 00:00:00 +0000");
+  EXPECT_EQ(Date::dateWithTimeIntervalSince1970(1e300).description(),
+            "1e+300 seconds since 1970-01-01 00:00:00 +0000");
+  EXPECT_EQ(Date::dateWithTimeIntervalSince1970(-1e17).description(),
+            "-1e+17 seconds since 1970-01-01 00:00:00 +0000");
+  EXPECT_EQ(
+      Date::dateWithTimeIntervalSince1970(std::numeric_limits<double>::infinity()).description(),
+      "inf seconds since 1970-01-01 00:00:00 +0000");
+  EXPECT_EQ(
+      Date::dateWithTimeIntervalSince1970(std::numeric_limits<double>::quiet_NaN()).description(),
+      "nan seconds since 1970-01-01 00:00:00 +0000");
 }
 
 TEST(NSDateFormatter, AppendsWhatAFreshFormatterGivesUnderTheSettingsOfTheMoment) {

@@ -1,8 +1,10 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -127,6 +129,22 @@ TEST(NSKeyedArchiverTest, EveryValueKindRoundTripsWithItsKind) {
   EXPECT_EQ(zu::NSKeyedUnarchiver::unarchiveObjectWithData(
                 *zu::NSKeyedArchiver::archivedDataWithRootObject(Value("solo"))),
             Value("solo"));
+}
+
+TEST(NSKeyedArchiverTest, TheSameGraphAlwaysGivesTheSameBytes) {
+  // Equal data objects, which a writer that tells objects apart by address may store once or
+  // twice; text holding NUL, which archives like any other text.
+  const Value graph(Array{Value(zu::Data{1, 2, 3}), Value(zu::Data{1, 2, 3}),
+                          Value(std::string("a\0b", 3)), Value(zu::Data{1, 2, 3})});
+  const auto first = zu::NSKeyedArchiver::archivedDataWithRootObject(graph);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(zu::NSKeyedUnarchiver::unarchiveObjectWithData(*first), graph);
+  std::vector<std::unique_ptr<char[]>> shifts;
+  for (int i = 0; i < 100; ++i) {
+    // Allocations in between move where the next archive's objects live.
+    shifts.push_back(std::make_unique<char[]>(static_cast<std::size_t>(i) * 97 + 1));
+    EXPECT_EQ(zu::NSKeyedArchiver::archivedDataWithRootObject(graph), first) << i;
+  }
 }
 
 TEST(NSKeyedArchiverTest, GraphsThatCannotBeArchivedGiveAnError) {

@@ -1,3 +1,4 @@
+#include <limits>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -69,6 +70,49 @@ TEST(NSPropertyListSerialization, RefusesValuesAndBytesThatAreNotPropertyLists) 
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->code(), zu::NSPropertyListReadCorruptError);
   }
+}
+
+TEST(NSPropertyListSerialization, XmlKeepsToWhatItCanHold) {
+  using zu::NSPropertyListSerialization;
+  // Text holding NUL, and dates libplist cannot place, are refused by the XML writer only.
+  const Value nul(std::string("a\0b", 3));
+  const Value nulKey(zu::Dictionary{{std::string("k\0", 2), Value(1)}});
+  const Value far(zu::Date::dateWithTimeIntervalSince1970(4102444800.0));  // 2100
+  for (const Value& value : {nul, nulKey, far}) {
+    std::shared_ptr<zu::NSError> error;
+    EXPECT_FALSE(NSPropertyListSerialization::dataWithPropertyList(
+        value, zu::NSPropertyListXMLFormat_v1_0, 0, &error));
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->code(), zu::NSPropertyListWriteInvalidError);
+    const auto binary = NSPropertyListSerialization::dataWithPropertyList(
+        value, zu::NSPropertyListBinaryFormat_v1_0, 0);
+    ASSERT_TRUE(binary);
+    EXPECT_EQ(NSPropertyListSerialization::propertyListWithData(*binary, 0), value);
+  }
+  // XML bytes holding NUL are not XML: refused, wherever the NUL is.
+  const std::string xml = "<plist><dict><key>k</key><string>ab</string></dict></plist>";
+  ASSERT_EQ(NSPropertyListSerialization::propertyListWithData(bytes(xml), 0),
+            Value(zu::Dictionary{{"k", Value("ab")}}));
+  for (std::size_t at : {std::size_t{0}, xml.find("ab") + 1, xml.find('k'), xml.size()}) {
+    std::string damaged = xml;
+    damaged.insert(at, 1, '\0');
+    EXPECT_TRUE(NSPropertyListSerialization::propertyListWithData(bytes(damaged), 0).isAbsent())
+        << at;
+  }
+  // Bytes that are not UTF-8 read as Latin-1 characters; the rest of the text stays as it is.
+  const std::string latin1 =
+      "<plist><dict><key>\xE9t\xE9</key><string>中\xFF</string></dict></plist>";
+  EXPECT_EQ(NSPropertyListSerialization::propertyListWithData(bytes(latin1), 0),
+            Value(zu::Dictionary{{"été", Value("中ÿ")}}));
+  // Dates written as XML come back to the whole second, negative integers as themselves.
+  const Value mixed(zu::Array{Value(zu::Date::dateWithTimeIntervalSince1970(1700000000.75)),
+                              Value(-42), Value(std::numeric_limits<std::int64_t>::min())});
+  const auto written =
+      NSPropertyListSerialization::dataWithPropertyList(mixed, zu::NSPropertyListXMLFormat_v1_0, 0);
+  ASSERT_TRUE(written);
+  EXPECT_EQ(NSPropertyListSerialization::propertyListWithData(*written, 0),
+            Value(zu::Array{Value(zu::Date::dateWithTimeIntervalSince1970(1700000000)), Value(-42),
+                            Value(std::numeric_limits<std::int64_t>::min())}));
 }
 
 TEST(NSJSONSerialization, WritesThePlatformsPrettyDialect) {

@@ -10,6 +10,8 @@
 
 #include "tests/storage/StoreTestSupport.h"
 #include "tests/support/Probe.h"
+#include "zukit/platform/foundation/BinaryPropertyList.h"
+#include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/NSBundle.h"
 #include "zukit/platform/security/SecItem.h"
 
@@ -229,25 +231,121 @@ TEST(SecItemTest, MalformedRequestsAreRefusedWithoutTouchingTheStore) {
   EXPECT_FALSE(std::filesystem::exists(groupFile("a")));
 }
 
-TEST(SecItemTest, ACorruptGroupFileReadsAsEmptyAndIsKeptAsideOnTheNextWrite) {
-  const std::string path = groupFile("g.corrupt-test");
-  std::filesystem::create_directories(zukit::test::keychainDirectory());
-  const std::string garbage = "bplist00 this is not a store \xff\x01";
-  {
-    std::ofstream file(path, std::ios::binary);
-    file << garbage;
-  }
-  const Dictionary inGroup{{zu::kSecAttrAccessGroup, Value("g.corrupt-test")}};
-  EXPECT_TRUE(findOne(inGroup).isAbsent());
-  EXPECT_EQ(zu::SecItemDelete(genericPassword(inGroup)), zu::errSecItemNotFound);
-  EXPECT_EQ(zukit::test::readFile(path), garbage);
+void writeFile(const std::string& path, const std::string& content) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+}
 
-  Dictionary item = genericPassword(inGroup);
-  item.setObject(Value(bytes("fresh")), zu::kSecValueData);
+TEST(SecItemTest, EachDamagedGroupFileIsKeptAsideUnderANameOfItsOwnAndReported) {
+  const std::string path = groupFile("g.corrupt-test");
+  const Dictionary inGroup{{zu::kSecAttrAccessGroup, Value("g.corrupt-test")}};
+  const zukit::test::StderrCapture console;
+  for (const std::string suffix : {".corrupt", ".corrupt-2", ".corrupt-3"}) {
+    const std::string garbage = "bplist00 this is not a store " + suffix + "\xff\x01";
+    writeFile(path, garbage);
+    EXPECT_TRUE(findOne(inGroup).isAbsent());
+    EXPECT_EQ(zu::SecItemDelete(genericPassword(inGroup)), zu::errSecItemNotFound);
+    EXPECT_EQ(zukit::test::readFile(path), garbage) << "reads and finds leave the file alone";
+
+    Dictionary item = genericPassword(inGroup);
+    item.setObject(Value(bytes("fresh")), zu::kSecValueData);
+    ASSERT_EQ(zu::SecItemAdd(item, nullptr), zu::errSecSuccess);
+    EXPECT_EQ(zukit::test::readFile(path + suffix), garbage) << suffix;
+    EXPECT_EQ(findOne(inGroup).asDictionary()->objectForKey(zu::kSecValueData),
+              Value(bytes("fresh")));
+    const std::string line = zu::format(
+        "SecItem: the keychain file %@ is not a keychain; it was kept aside as %@%@ and the "
+        "group starts anew",
+        path, path, suffix);
+    EXPECT_NE(console.text().find(line), std::string::npos) << console.text();
+  }
+}
+
+TEST(SecItemTest, AGroupFileWithLatin1AttributeKeysKeepsEveryItemThroughEveryWrite) {
+  const std::string group = "g.latin1";
+  auto stored = [&group](const std::string& account) {
+    return Value(Dictionary{
+        {"attributes", Value(Dictionary{{zu::kSecClass, Value(zu::kSecClassGenericPassword)},
+                                        {zu::kSecAttrAccessGroup, Value(group)},
+                                        {zu::kSecAttrAccount, Value(account)},
+                                        {zu::kSecAttrService, Value("")},
+                                        {"XtX", Value("kept")}})},
+        {"data", Value(bytes("secret " + account))}});
+  };
+  const auto written = zu::BinaryPropertyList::write(
+      Value(Dictionary{{"items", Value(zu::Array{stored("a"), stored("b")})}}));
+  ASSERT_TRUE(written);
+  // Another writer stored the key as Latin-1 bytes in an ASCII string: "\xE9t\xE9".
+  std::string file(written->begin(), written->end());
+  for (std::size_t at = file.find("XtX"); at != std::string::npos; at = file.find("XtX")) {
+    file.replace(at, 3, "\xE9t\xE9");
+  }
+  writeFile(groupFile(group), file);
+
+  const Dictionary inGroup{{zu::kSecAttrAccessGroup, Value(group)}};
+  auto expectBoth = [&](const char* step) {
+    for (const std::string account : {"a", "b"}) {
+      Dictionary match = inGroup;
+      match.setObject(Value(account), zu::kSecAttrAccount);
+      const Value found = findOne(match);
+      ASSERT_TRUE(found.isDictionary()) << step << ": " << account;
+      EXPECT_EQ(found.asDictionary()->objectForKey("\xC3\xA9t\xC3\xA9"), Value("kept")) << step;
+      EXPECT_EQ(found.asDictionary()->objectForKey(zu::kSecValueData),
+                Value(bytes("secret " + account)))
+          << step;
+    }
+  };
+  expectBoth("as found");
+  Dictionary third = genericPassword(inGroup);
+  third.setObject(Value("c"), zu::kSecAttrAccount);
+  ASSERT_EQ(zu::SecItemAdd(third, nullptr), zu::errSecSuccess);
+  expectBoth("after an add");
+  Dictionary accountB = genericPassword(inGroup);
+  accountB.setObject(Value("b"), zu::kSecAttrAccount);
+  ASSERT_EQ(zu::SecItemUpdate(accountB, {{zu::kSecAttrLabel, Value("changed")}}),
+            zu::errSecSuccess);
+  expectBoth("after an update");
+  Dictionary accountC = genericPassword(inGroup);
+  accountC.setObject(Value("c"), zu::kSecAttrAccount);
+  ASSERT_EQ(zu::SecItemDelete(accountC), zu::errSecSuccess);
+  expectBoth("after a delete");
+  EXPECT_FALSE(std::filesystem::exists(groupFile(group) + ".corrupt"));
+  EXPECT_EQ(countAll(inGroup), 2U);
+}
+
+TEST(SecItemTest, EntriesTheStoreDoesNotKnowAreWrittenBackAsTheyWere) {
+  const std::string group = "g.foreign";
+  const Value odd(Dictionary{{"note", Value("not an item")}});
+  const auto written = zu::BinaryPropertyList::write(Value(
+      Dictionary{{"version", Value(7)}, {"items", Value(zu::Array{odd, Value("loose text")})}}));
+  ASSERT_TRUE(written);
+  writeFile(groupFile(group), std::string(written->begin(), written->end()));
+  Dictionary item = genericPassword({{zu::kSecAttrAccessGroup, Value(group)}});
   ASSERT_EQ(zu::SecItemAdd(item, nullptr), zu::errSecSuccess);
-  EXPECT_EQ(zukit::test::readFile(path + ".corrupt"), garbage);
-  EXPECT_EQ(findOne(inGroup).asDictionary()->objectForKey(zu::kSecValueData),
-            Value(bytes("fresh")));
+  const std::string after = zukit::test::readFile(groupFile(group));
+  const Value file = *zu::BinaryPropertyList::read(zu::Data(after.begin(), after.end()));
+  EXPECT_EQ(file.asDictionary()->objectForKey("version"), Value(7));
+  const Value items = file.asDictionary()->objectForKey("items");
+  const zu::Array& entries = *items.asArray();
+  ASSERT_EQ(entries.size(), 3U);
+  EXPECT_EQ(entries[1], odd);
+  EXPECT_EQ(entries[2], Value("loose text"));
+  EXPECT_EQ(countAll({{zu::kSecAttrAccessGroup, Value(group)}}), 1U);
+}
+
+TEST(SecItemTest, AGroupFileThatCannotBeReadIsLeftAloneAndChangesAreRefused) {
+  // A directory where the file should be: it opens, but cannot be read.
+  const std::string path = groupFile("g.unreadable");
+  std::filesystem::create_directories(path + "/inside");
+  const zukit::test::StderrCapture console;
+  Dictionary item = genericPassword({{zu::kSecAttrAccessGroup, Value("g.unreadable")}});
+  EXPECT_EQ(zu::SecItemAdd(item, nullptr), zu::errSecIO);
+  EXPECT_TRUE(std::filesystem::is_directory(path + "/inside"));
+  EXPECT_FALSE(std::filesystem::exists(path + ".corrupt"));
+  EXPECT_NE(console.text().find("SecItem: the keychain file " + path +
+                                " cannot be read (Is a directory); it is left as it is"),
+            std::string::npos)
+      << console.text();
 }
 
 TEST(SecItemTest, ConcurrentWritersInTwoProcessesAndThisOneLoseNothing) {

@@ -1,5 +1,7 @@
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -8,6 +10,10 @@
 
 #include "tests/support/Probe.h"
 #include "tests/support/StderrCapture.h"
+#include "tests/support/TestHome.h"
+#include "zukit/platform/foundation/Format.h"
+#include "zukit/platform/foundation/NSBundle.h"
+#include "zukit/platform/foundation/NSPropertyListSerialization.h"
 #include "zukit/platform/foundation/NSUserDefaults.h"
 
 namespace {
@@ -15,6 +21,15 @@ namespace {
 using zu::NSUserDefaults;
 using zu::Value;
 using zukit::test::runProbe;
+
+zu::Data bytes(const std::string& text) {
+  return {text.begin(), text.end()};
+}
+
+void writeFile(const std::string& path, const std::string& content) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+}
 
 TEST(NSUserDefaults, KeepsValuesInAPropertyListFileWrittenOnSynchronize) {
   const auto defaults = NSUserDefaults::initWithSuiteName(Value("group.example.tests"));
@@ -25,9 +40,13 @@ TEST(NSUserDefaults, KeepsValuesInAPropertyListFileWrittenOnSynchronize) {
   EXPECT_FALSE(std::filesystem::exists(defaults->path()))
       << "nothing is written before synchronize";
   ASSERT_TRUE(defaults->synchronize());
+  // A binary property list, as the platform writes its preference files.
   const std::string file = zukit::test::readFile(defaults->path());
-  EXPECT_NE(file.find("<key>strings</key>"), std::string::npos);
-  EXPECT_NE(file.find("<integer>-7</integer>"), std::string::npos);
+  EXPECT_EQ(file.substr(0, 8), "bplist00");
+  EXPECT_EQ(zu::NSPropertyListSerialization::propertyListWithData(bytes(file), 0),
+            Value(zu::Dictionary{{"strings", Value(zu::Array{"a", "b"})},
+                                 {"blob", Value(zu::Data{1, 2, 3})},
+                                 {"number", Value(-7)}}));
   EXPECT_EQ(defaults->arrayForKey("strings"), (zu::Array{"a", "b"}));
   EXPECT_EQ(defaults->dataForKey("blob"), (zu::Data{1, 2, 3}));
 
@@ -62,15 +81,88 @@ TEST(NSUserDefaults, RefusesValuesThatAreNotPropertyListsAndNamesThatCannotBeDom
   }
 }
 
-TEST(NSUserDefaults, ReadsACorruptFileAsEmptyAndReplacesItOnTheNextWrite) {
-  const std::string path = NSUserDefaults::pathForDomain("corrupt.suite");
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  std::ofstream(path) << "<plist><dict><key>broken";
-  const auto defaults = NSUserDefaults::initWithSuiteName(Value("corrupt.suite"));
-  EXPECT_TRUE(defaults->dictionaryRepresentation().empty());
-  defaults->setObject(Value("fresh"), "key");
+TEST(NSUserDefaults, ReadsXmlFilesOfEarlierVersionsAndRewritesThemAsBinary) {
+  const std::string path = NSUserDefaults::pathForDomain("xml.suite");
+  writeFile(path,
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+            "<key>name</key><string>old</string><key>count</key><integer>3</integer>"
+            "</dict></plist>\n");
+  const auto defaults = NSUserDefaults::initWithSuiteName(Value("xml.suite"));
+  EXPECT_EQ(defaults->stringForKey("name"), "old");
+  defaults->setInteger(4, "count");
   ASSERT_TRUE(defaults->synchronize());
-  EXPECT_NE(zukit::test::readFile(path).find("<string>fresh</string>"), std::string::npos);
+  const std::string file = zukit::test::readFile(path);
+  EXPECT_EQ(file.substr(0, 8), "bplist00");
+  EXPECT_EQ(zu::NSPropertyListSerialization::propertyListWithData(bytes(file), 0),
+            Value(zu::Dictionary{{"name", Value("old")}, {"count", Value(4)}}));
+}
+
+TEST(NSUserDefaults, DatesKeepTheirFractionOfASecond) {
+  const auto defaults = NSUserDefaults::initWithSuiteName(Value("dates.suite"));
+  const double now = zu::Date::date().timeIntervalSince1970();
+  const Value dates(zu::Array{Value(zu::Date::dateWithTimeIntervalSince1970(now)),
+                              Value(zu::Date::dateWithTimeIntervalSince1970(1700000000.123456789)),
+                              Value(zu::Date::dateWithTimeIntervalSince1970(4102444800.25))});
+  defaults->setObject(dates, "dates");
+  ASSERT_TRUE(defaults->synchronize());
+  const std::string file = zukit::test::readFile(defaults->path());
+  EXPECT_EQ(zu::NSPropertyListSerialization::propertyListWithData(bytes(file), 0),
+            Value(zu::Dictionary{{"dates", dates}}));
+
+  // Another process reads the same instant, to the last bit, and this one what it stores.
+  char expected[40];
+  std::snprintf(expected, sizeof expected, "%.17g\n", now);
+  defaults->setObject(Value(zu::Date::dateWithTimeIntervalSince1970(now)), "now");
+  ASSERT_TRUE(defaults->synchronize());
+  EXPECT_EQ(runProbe({"platform-defaults", "seconds", "dates.suite", "now"}).standardOutput,
+            expected);
+  ASSERT_EQ(runProbe({"platform-defaults", "date", "dates.suite", "later", "1700000000.5078125"})
+                .exitCode,
+            0);
+  EXPECT_EQ(defaults->objectForKey("later"),
+            Value(zu::Date::dateWithTimeIntervalSince1970(1700000000.5078125)));
+}
+
+TEST(NSUserDefaults, EachDamagedFileIsKeptAsideUnderANameOfItsOwnAndReported) {
+  const std::string path = NSUserDefaults::pathForDomain("damaged.suite");
+  const auto defaults = NSUserDefaults::initWithSuiteName(Value("damaged.suite"));
+  const zukit::test::StderrCapture console;
+  for (const std::string suffix : {".corrupt", ".corrupt-2"}) {
+    const std::string garbage = "<plist><dict><key>broken" + suffix;
+    writeFile(path, garbage);
+    EXPECT_TRUE(defaults->dictionaryRepresentation().empty());
+    EXPECT_TRUE(defaults->synchronize()) << "nothing to write: the file stays";
+    EXPECT_EQ(zukit::test::readFile(path), garbage);
+
+    defaults->setObject(Value("fresh"), "key");
+    ASSERT_TRUE(defaults->synchronize());
+    EXPECT_EQ(zukit::test::readFile(path + suffix), garbage);
+    EXPECT_EQ(NSUserDefaults::initWithSuiteName(Value("damaged.suite"))->stringForKey("key"),
+              "fresh");
+    EXPECT_NE(
+        console.text().find(zu::format("NSUserDefaults: the preferences file %@ is damaged; it "
+                                       "was kept aside as %@%@",
+                                       path, path, suffix)),
+        std::string::npos)
+        << console.text();
+  }
+}
+
+TEST(NSUserDefaults, AFileThatCannotBeReadIsLeftAloneAndSynchronizeFails) {
+  // A directory where the file should be: it opens, but cannot be read.
+  const std::string path = NSUserDefaults::pathForDomain("unreadable.suite");
+  std::filesystem::create_directories(path + "/inside");
+  const zukit::test::StderrCapture console;
+  const auto defaults = NSUserDefaults::initWithSuiteName(Value("unreadable.suite"));
+  EXPECT_TRUE(defaults->objectForKey("key").isAbsent());
+  defaults->setObject(Value("value"), "key");
+  EXPECT_FALSE(defaults->synchronize());
+  EXPECT_TRUE(std::filesystem::is_directory(path + "/inside"));
+  EXPECT_NE(console.text().find(zu::format("NSUserDefaults: the preferences file %@ cannot be "
+                                           "read (Is a directory); it is left as it is",
+                                           path)),
+            std::string::npos)
+      << console.text();
 }
 
 TEST(NSUserDefaults, AnotherProcessSeesWhatOneSynchronised) {
@@ -83,12 +175,33 @@ TEST(NSUserDefaults, AnotherProcessSeesWhatOneSynchronised) {
   ASSERT_TRUE(defaults->synchronize());
   const auto read = runProbe({"platform-defaults", "get", "shared.suite", "reply"});
   EXPECT_EQ(read.standardOutput, "from the test\n");
+}
 
-  // A value another process synchronised later shows up here after synchronize().
-  runProbe({"platform-defaults", "set", "shared.suite", "greeting", "again"});
-  EXPECT_EQ(defaults->stringForKey("greeting"), "你好");
-  ASSERT_TRUE(defaults->synchronize());
-  EXPECT_EQ(defaults->stringForKey("greeting"), "again");
+TEST(NSUserDefaults, AReadSeesWhatAnotherProcessSynchronisedWithoutSynchronizingHere) {
+  // The standard store of the probe is this process's when both have the same identifier.
+  const std::string info = zukit::test::TestHome::current() + "/Info.plist";
+  const auto identifier = zu::NSBundle::mainBundle()->bundleIdentifier();
+  ASSERT_TRUE(identifier);
+  writeFile(info, "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" +
+                      *identifier + "</string></dict></plist>");
+  const std::map<std::string, std::string> sameApp{{"ZUKIT_INFO_PLIST", info}};
+
+  for (const std::string suite : {"-", "fresh.suite"}) {
+    const auto defaults = NSUserDefaults::initWithSuiteName(suite == "-" ? Value() : Value(suite));
+    EXPECT_TRUE(defaults->objectForKey("greeting").isAbsent());
+    // A change of this process not yet synchronised stays in force through other writes.
+    defaults->setObject(Value("mine"), "pending");
+    for (const std::string text : {"first", "second", "third"}) {
+      ASSERT_EQ(runProbe({"platform-defaults", "set", suite, "greeting", text}, sameApp).exitCode,
+                0);
+      EXPECT_EQ(defaults->stringForKey("greeting"), text) << suite;
+      EXPECT_EQ(defaults->stringForKey("pending"), "mine") << suite;
+    }
+    ASSERT_TRUE(defaults->synchronize());
+    EXPECT_EQ(runProbe({"platform-defaults", "get", suite, "pending"}, sameApp).standardOutput,
+              "mine\n");
+    EXPECT_EQ(defaults->stringForKey("greeting"), "third");
+  }
 }
 
 TEST(NSUserDefaults, TwoProcessesWritingAtOnceLoseNothing) {

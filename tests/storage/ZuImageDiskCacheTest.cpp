@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -16,6 +17,7 @@
 #include "tests/storage/DiskCacheTestSupport.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/StderrCapture.h"
+#include "zukit/core/ZuLogger.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
 #include "zukit/platform/foundation/NSUserDefaults.h"
 #include "zukit/storage/ZuImageDiskCache.h"
@@ -194,6 +196,24 @@ TEST_F(ZuImageDiskCacheTest, BadKeysStoreNothingAndSeparatorKeysAreNeverFound) {
   EXPECT_EQ(cache->imageDataForKey(Value("图片")), bytesOf("图"));
   EXPECT_FALSE(cache->imageDataForKey(Value("HTTPS://host/a/b.png?x=1")).has_value());
   EXPECT_FALSE(cache->imageDataForKey(Value("https://host/a/b.png")).has_value());
+}
+
+TEST_F(ZuImageDiskCacheTest, ADamagedPreferenceFileIsKeptAsideByAStoreAndLoggedAtLevelFive) {
+  const std::string path = zu::NSUserDefaults::standardUserDefaults()->path();
+  ZuLogger::configLogLevel(ZuLogLevelAll);
+  const zukit::test::StderrCapture console;
+  {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << "bplist00 damaged";
+  }
+  cache->setImageData(bytesOf("png"), Value("https://example.com/a.png"));
+  EXPECT_EQ(cache->imageDataForKey(Value("https://example.com/a.png")), bytesOf("png"));
+  EXPECT_EQ(zukit::test::readFile(path + ".corrupt"), "bplist00 damaged");
+  EXPECT_NE(console.text().find("[ZuImageDiskCache setImageData:forKey:]\nNSUserDefaults: the "
+                                "preferences file " +
+                                path + " is damaged; it was kept aside as " + path + ".corrupt"),
+            std::string::npos)
+      << console.text();
 }
 
 TEST_F(ZuImageDiskCacheTest, TrimToAgeEmptiesForNoAgeAndStopsAtItsLimits) {

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -178,6 +179,32 @@ TEST_F(ZuKeychainItemWrapperTest, AnItemWhosePayloadCannotBeFetchedKeepsReturnDa
   wrapper->setObject(Value("replacement"), zu::kSecValueData);
   ASSERT_EQ(storedItems(kGroup).size(), 1U);
   EXPECT_EQ(text(storedItems(kGroup)[0].objectForKey(zu::kSecValueData)), payload);
+}
+
+TEST_F(ZuKeychainItemWrapperTest, AKeychainFileKeptAsideByAWriteIsLoggedAtLevelFive) {
+  const std::string path = zukit::test::keychainDirectory() + "/" + kGroup + ".keychain";
+  std::filesystem::create_directories(zukit::test::keychainDirectory());
+  std::ofstream(path, std::ios::binary) << "not a keychain";
+  ZuLogger::configLogLevel(ZuLogLevelAll);
+  const zukit::test::StderrCapture console;
+  const auto wrapper = ZuKeychainItemWrapper::initWithIdentifier(Value("token"), Value(kGroup));
+  EXPECT_EQ(wrapper->objectForKey(zu::kSecAttrAccount), Value(""));
+  EXPECT_TRUE(zukit::test::logMessages().empty()) << "reading alone reports nothing";
+  wrapper->setObject(Value("secret"), zu::kSecValueData);
+
+  const std::string report = "SecItem: the keychain file " + path +
+                             " is not a keychain; it was kept aside as " + path +
+                             ".corrupt and the group starts anew";
+  EXPECT_EQ(zukit::test::logMessages(), std::vector<std::string>{report});
+  EXPECT_NE(console.text().find("[Zu][Error] ********************\n[ZuKeychainItemWrapper "
+                                "writeToKeychain]\n" +
+                                report),
+            std::string::npos)
+      << console.text();
+  EXPECT_EQ(zukit::test::readFile(path + ".corrupt"), "not a keychain");
+  EXPECT_EQ(ZuKeychainItemWrapper::initWithIdentifier(Value("token"), Value(kGroup))
+                ->objectForKey(zu::kSecValueData),
+            Value("secret"));
 }
 
 TEST_F(ZuKeychainItemWrapperTest, AnItemAddedByOneProcessIsReadAndUpdatedByAnother) {

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -94,27 +95,46 @@ TEST(ZuUserDefaultsTest, UnusableNamesUseTheStandardStoreAndImpossibleOnesNoStor
   EXPECT_TRUE(standard->objectForKey("key").isAbsent());
 }
 
-TEST(ZuUserDefaultsTest, ACorruptPreferenceFileReadsAsEmptyAndIsRewrittenOnTheNextWrite) {
+TEST(ZuUserDefaultsTest, ADamagedPreferenceFileIsKeptAsideAndLoggedAtLevelFive) {
   const std::string path = zu::NSUserDefaults::pathForDomain("Damaged");
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  {
-    std::ofstream file(path, std::ios::binary);
-    file << "<?xml version=\"1.0\"?><plist><dict><key>half";
-  }
+  const std::string damaged = "<?xml version=\"1.0\"?><plist><dict><key>half";
+  std::ofstream(path, std::ios::binary) << damaged;
+  ZuLogger::configLogLevel(ZuLogLevelAll);
+  const zukit::test::StderrCapture console;
   const auto defaults = ZuUserDefaults::initWithName(Value("Damaged"));
   EXPECT_TRUE(defaults->objectForKey("half").isAbsent());
   EXPECT_EQ(defaults->integerForKey("half"), 0);
   defaults->setInteger(7, "repaired");
   EXPECT_EQ(fileContents("Damaged"), Value(zu::Dictionary{{"repaired", Value(7)}}));
+  EXPECT_EQ(zukit::test::readFile(path + ".corrupt"), damaged);
+  const std::string report = "NSUserDefaults: the preferences file " + path +
+                             " is damaged; it was kept aside as " + path + ".corrupt";
+  EXPECT_EQ(zukit::test::logMessages(), std::vector<std::string>{report});
+  EXPECT_NE(console.text().find("[Zu][Error] ********************\n[ZuUserDefaults "
+                                "setInteger:forKey:]\n" +
+                                report),
+            std::string::npos)
+      << console.text();
 }
 
 TEST(ZuUserDefaultsTest, ASuiteWrittenByOneProcessIsReadByAnother) {
   const auto written = zukit::test::runProbe({"defaults", "Shared", "set", "greeting", "你好"});
   ASSERT_EQ(written.exitCode, 0) << written.standardError;
-  EXPECT_EQ(ZuUserDefaults::initWithName(Value("Shared"))->objectForKey("greeting"), Value("你好"));
-  ZuUserDefaults::initWithName(Value("Shared"))->setObject(Value("back"), "reply");
+  const auto shared = ZuUserDefaults::initWithName(Value("Shared"));
+  EXPECT_EQ(shared->objectForKey("greeting"), Value("你好"));
+  shared->setObject(Value("back"), "reply");
   EXPECT_EQ(zukit::test::runProbe({"defaults", "Shared", "get", "reply"}).standardOutput,
             "value: back\n");
+  // What the other process writes later is read here at once, this process writing nothing.
+  ASSERT_EQ(zukit::test::runProbe({"defaults", "Shared", "set", "greeting", "again"}).exitCode, 0);
+  EXPECT_EQ(shared->objectForKey("greeting"), Value("again"));
+  ASSERT_EQ(
+      zukit::test::runProbe({"platform-defaults", "date", "Shared", "when", "1700000000.0000001"})
+          .exitCode,
+      0);
+  EXPECT_EQ(shared->objectForKey("when"),
+            Value(zu::Date::dateWithTimeIntervalSince1970(1700000000.0000001)));
 }
 
 }  // namespace

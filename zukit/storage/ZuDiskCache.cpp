@@ -8,6 +8,7 @@
 #include "zukit/platform/foundation/Clock.h"
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/NSUserDefaults.h"
+#include "zukit/storage/ZuStoreDamageLog.h"
 #include "zukit/utils/ZuUtils.h"
 
 namespace {
@@ -137,6 +138,7 @@ void ZuDiskCache::indexEntry(const std::string& entry) {
 
 void ZuDiskCache::removeCachesEalierThanTime(long time) {
   if (loadKeys()->empty()) return;
+  const ZuStoreDamageLog damage("-[" + className() + " removeCachesEalierThanTime:]");
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   // The count is read again before each element; after a removal the next entry slides into
   // slot i and is left for a later pass.
@@ -179,6 +181,7 @@ void ZuDiskCache::_trimToAge(double age) {
 }
 
 void ZuDiskCache::removeAllCaches() {
+  const ZuStoreDamageLog damage("-[" + className() + " removeAllCaches]");
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   // The snapshot is held for the walk: a trim may publish a new index meanwhile.
   const Keys keys = loadKeys();

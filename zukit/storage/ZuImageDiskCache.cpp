@@ -1,6 +1,7 @@
 #include "zukit/storage/ZuImageDiskCache.h"
 
 #include "zukit/platform/foundation/NSUserDefaults.h"
+#include "zukit/storage/ZuStoreDamageLog.h"
 
 ZuImageDiskCache::ZuImageDiskCache(Passkey /*unused*/)
     : ZuDiskCache("ZuImageDiskCacheKeys", "cn.com.Zu.imageDiskCache") {}
@@ -12,6 +13,7 @@ std::shared_ptr<ZuImageDiskCache> ZuImageDiskCache::cache() {
 void ZuImageDiskCache::setImageData(const std::optional<zu::Data>& data, const zu::Value& key) {
   const auto entry = entryForKey(key);
   if (!entry) return;
+  const ZuStoreDamageLog damage("-[ZuImageDiskCache setImageData:forKey:]");
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   defaults->setObject(data ? zu::Value(*data) : zu::Value(), *entry);
   defaults->synchronize();

@@ -3,6 +3,7 @@
 #include "zukit/platform/foundation/NSLog.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
 #include "zukit/platform/security/SecItem.h"
+#include "zukit/storage/ZuStoreDamageLog.h"
 
 std::shared_ptr<ZuKeychainItemWrapper> ZuKeychainItemWrapper::initWithIdentifier(
     const zu::Value& identifier, const zu::Value& accessGroup) {
@@ -47,6 +48,7 @@ zu::Value ZuKeychainItemWrapper::objectForKey(const std::string& key) const {
 }
 
 void ZuKeychainItemWrapper::resetKeychainItem() {
+  const ZuStoreDamageLog damage("-[ZuKeychainItemWrapper resetKeychainItem]");
   if (!_keychainItemData) {
     _keychainItemData.emplace();
   } else {
@@ -92,6 +94,7 @@ zu::Dictionary ZuKeychainItemWrapper::secItemFormatToDictionary(
 }
 
 void ZuKeychainItemWrapper::writeToKeychain() {
+  const ZuStoreDamageLog damage("-[ZuKeychainItemWrapper writeToKeychain]");
   zu::Value attributes;
   const zu::Dictionary query = _genericPasswordQuery.value_or(zu::Dictionary());
   const zu::Dictionary item = _keychainItemData.value_or(zu::Dictionary());

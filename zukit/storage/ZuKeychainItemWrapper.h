@@ -10,8 +10,10 @@
 // item that matches its identifier (and access group) when made; each change through
 // setObject() is written back at once, adding the item the first time and updating it after.
 // The secret under kSecValueData is any property-list value, stored as XML property-list bytes
-// and handed back decoded. Messages go to the console (NSLog) only. Meant for one thread at a
-// time; two wrappers of one item do not see each other's unsaved state.
+// and handed back decoded. The wrapper's own messages go to the console (NSLog) only; a keychain
+// file that a write finds it cannot read (and keeps aside, or leaves alone) is also logged at
+// level 5. Meant for one thread at a time; two wrappers of one item do not see each other's
+// unsaved state.
 class ZuKeychainItemWrapper : public zu::Object {
  public:
   // A wrapper for the item with generic attribute `identifier`, in `accessGroup` when that is

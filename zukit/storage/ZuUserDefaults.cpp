@@ -3,6 +3,7 @@
 #include "zukit/platform/dispatch/Dispatch.h"
 #include "zukit/platform/foundation/NSUserDefaults.h"
 #include "zukit/platform/foundation/NoDestructor.h"
+#include "zukit/storage/ZuStoreDamageLog.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ std::shared_ptr<ZuUserDefaults> ZuUserDefaults::initWithName(const zu::Value& na
 }
 
 void ZuUserDefaults::setObject(const zu::Value& value, const std::string& key) {
+  const ZuStoreDamageLog damage("-[ZuUserDefaults setObject:forKey:]");
   const std::shared_ptr<zu::NSUserDefaults> store = storeFor(_name);
   if (!store) return;
   store->setObject(value, key);
@@ -39,6 +41,7 @@ zu::Value ZuUserDefaults::objectForKey(const std::string& key) {
 }
 
 void ZuUserDefaults::setInteger(zu::NSInteger value, const std::string& key) {
+  const ZuStoreDamageLog damage("-[ZuUserDefaults setInteger:forKey:]");
   const std::shared_ptr<zu::NSUserDefaults> store = storeFor(_name);
   if (!store) return;
   store->setInteger(value, key);

@@ -10,7 +10,9 @@
 // its file at once. A name that cannot name a suite (one holding "/", for instance) gives no
 // store: writes do nothing and reads give no value (0 for integers). Keys and values are passed
 // on untested; a value that is not a property list is refused by the store with a console line.
-// Safe from any thread as far as the preferences store is.
+// Reads see what other processes synchronised. A preference file that a write finds damaged is
+// kept aside by the store, and logged at level 5 here. Safe from any thread as far as the
+// preferences store is.
 class ZuUserDefaults : public zu::Object {
  public:
   // The one shared instance, made with the name of the very first call; later names are

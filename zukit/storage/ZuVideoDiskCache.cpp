@@ -4,6 +4,7 @@
 
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/NSSearchPath.h"
+#include "zukit/storage/ZuStoreDamageLog.h"
 
 namespace {
 
@@ -38,6 +39,7 @@ void ZuVideoDiskCache::setVideoPath(const std::shared_ptr<zu::NSURL>& path, cons
   const auto destination =
       zu::NSURL::fileURLWithPath(_videoDirectory + zu::format("%@.mp4", *entry));
   if (destination) _fileManager->moveItemAtURL(*path, *destination, nullptr);
+  const ZuStoreDamageLog damage("-[ZuVideoDiskCache setVideoPath:forKey:]");
   indexEntry(*entry);
 }
 

@@ -18,7 +18,9 @@ class Date {
   constexpr double timeIntervalSince1970() const { return _seconds; }
   // This instant moved by `seconds`.
   constexpr Date dateByAddingTimeInterval(double seconds) const { return Date(_seconds + seconds); }
-  // The instant in UTC, "yyyy-MM-dd HH:mm:ss +0000", as "%@" prints it.
+  // The instant in UTC, "yyyy-MM-dd HH:mm:ss +0000", as "%@" prints it; an instant the calendar
+  // cannot name (NaN, infinite, or beyond about 317 million years from 1970) as
+  // "<seconds> seconds since 1970-01-01 00:00:00 +0000".
   std::string description() const;
 
   constexpr bool operator==(const Date&) const = default;

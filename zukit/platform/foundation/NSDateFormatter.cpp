@@ -11,6 +11,7 @@
 #include <unicode/parsepos.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include "zukit/platform/foundation/FormattingSettings.h"
@@ -21,6 +22,9 @@ namespace {
 
 // Most ICU formatters kept per thread.
 constexpr std::size_t kCachedFormatters = 16;
+// ICU scales a parsed fraction of a second by a power of ten in a 32-bit integer, which wraps to
+// zero (and divides by it) from 35 digits on; text with that many digits is refused first.
+constexpr std::int32_t kFewestFractionDigitsRefused = 35;
 
 std::string utf8(const icu::UnicodeString& text) {
   std::string out;
@@ -53,6 +57,25 @@ bool hasSingleMillisecondField(const std::string& pattern) {
   return runs == 1;
 }
 
+// True when the pattern has a fractional-second field: an "S" outside quotes.
+bool hasFractionalSecondField(const std::string& pattern) {
+  bool quoted = false;
+  for (const char c : pattern) {
+    if (c == '\'') quoted = !quoted;
+    if (!quoted && c == 'S') return true;
+  }
+  return false;
+}
+
+// The number of decimal digits in the text, of any script (ICU counts them all).
+std::int32_t decimalDigits(const icu::UnicodeString& text) {
+  std::int32_t digits = 0;
+  for (std::int32_t i = 0; i < text.length(); i = text.moveIndex32(i, 1)) {
+    if (u_isdigit(text.char32At(i)) != 0) ++digits;
+  }
+  return digits;
+}
+
 // One ICU formatter for a (pattern, locale, zone), with the memo of the last second formatted.
 struct CachedFormatter {
   std::string key;
@@ -75,7 +98,9 @@ struct CachedFormatter {
   void append(std::string& out, const Date& date) {
     if (!formatter) return;
     const double milliseconds = std::floor(date.timeIntervalSince1970() * 1000.0);
-    if (!reusesSecond || !std::isfinite(milliseconds) || std::fabs(milliseconds) > 1e17) {
+    // ICU would convert a NaN or an infinity to an integer: such a date has no text.
+    if (!std::isfinite(milliseconds)) return;
+    if (!reusesSecond || std::fabs(milliseconds) > 1e17) {
       icu::UnicodeString text;
       formatter->format(milliseconds, text);
       text.toUTF8String(out);
@@ -202,6 +227,10 @@ std::optional<Date> NSDateFormatter::dateFromString(const std::string& text) con
   CachedFormatter& cached = formatterFor(_format, _locale->localeIdentifier(), _timeZone->name());
   if (!cached.formatter) return std::nullopt;
   const icu::UnicodeString input = icu::UnicodeString::fromUTF8(text);
+  // Every digit of a fraction lies in the text, so fewer digits in all cannot make a long one.
+  if (hasFractionalSecondField(_format) && decimalDigits(input) >= kFewestFractionDigitsRefused) {
+    return std::nullopt;
+  }
   icu::ParsePosition position(0);
   const UDate parsed = cached.formatter->parse(input, position);
   if (position.getErrorIndex() >= 0 || position.getIndex() != input.length()) return std::nullopt;

@@ -35,9 +35,12 @@ class NSDateFormatter final : public Object {
   // Sets the time zone; none keeps the current one.
   void setTimeZone(std::shared_ptr<NSTimeZone> zone);
 
-  // The date as text; empty when the pattern is not a valid pattern.
+  // The date as text; empty when the pattern is not a valid pattern or the date is NaN or
+  // infinite.
   std::string stringFromDate(const Date& date) const;
-  // The date that the whole text stands for under the pattern (strict parsing), or none.
+  // The date that the whole text stands for under the pattern (strict parsing), or none. With a
+  // fractional-second field ("S") in the pattern, text holding 35 or more decimal digits gives
+  // none: ICU cannot scale a fraction that long.
   std::optional<Date> dateFromString(const std::string& text) const;
 
   // Appends to `out` what a new formatter with `pattern` (and so the current locale and default

@@ -1,14 +1,11 @@
 #include "zukit/platform/foundation/NSKeyedArchiver.h"
 
 #include <map>
-#include <memory>
 #include <span>
 #include <vector>
 
-#include <plist/plist.h>
-
 #include "zukit/platform/foundation/AtomicFile.h"
-#include "zukit/platform/foundation/PlistNode.h"
+#include "zukit/platform/foundation/BinaryPropertyList.h"
 #include "zukit/platform/foundation/Unicode.h"
 
 namespace zu {
@@ -20,11 +17,16 @@ constexpr double kArchiveEpochOffset = 978307200.0;
 constexpr int kMaximumDepth = 512;
 constexpr mode_t kArchiveFileMode = 0644;
 
+// A reference to the object with `uid`, written as a UID.
+Value reference(std::uint64_t uid) {
+  return Value(Dictionary{{"CF$UID", Value(static_cast<std::int64_t>(uid))}});
+}
+
 // Builds the "$objects" table: every object gets a slot (its UID) before its children, and its
 // class entry after them, which is the order the platform writes.
 class ArchiveWriter {
  public:
-  ArchiveWriter() { _objects.emplace_back(plist_new_string("$null")); }
+  ArchiveWriter() { _objects.emplace_back("$null"); }
 
   // The UID of `value`, or none when it cannot be archived; `_failure` then says why.
   std::optional<std::uint64_t> encode(const Value& value, int depth) {
@@ -33,31 +35,22 @@ class ArchiveWriter {
       case Value::Kind::Absent:
         return 0;
       case Value::Kind::Boolean:
-        return append(plist_new_bool(value.boolValue() ? 1 : 0));
       case Value::Kind::Integer:
-        return append(plist_new_uint(static_cast<std::uint64_t>(value.integerValue())));
       case Value::Kind::Real:
-        return append(plist_new_real(value.doubleValue()));
+      case Value::Kind::Bytes:
+        return append(value);
       case Value::Kind::String:
         return encodeString(*value.asString());
-      case Value::Kind::Bytes: {
-        const Data& bytes = *value.asData();
-        return append(plist_new_data(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
-      }
       case Value::Kind::Date: {
         const std::uint64_t slot = reserve();
-        PlistNode object(plist_new_dict());
-        plist_dict_set_item(object.get(), "$class", plist_new_uid(classUID("NSDate")));
-        plist_dict_set_item(
-            object.get(), "NS.time",
-            plist_new_real(value.asDate()->timeIntervalSince1970() - kArchiveEpochOffset));
+        Dictionary object{{"$class", reference(classUID("NSDate"))}};
+        object.setObject(Value(value.asDate()->timeIntervalSince1970() - kArchiveEpochOffset),
+                         "NS.time");
         return fill(slot, std::move(object));
       }
       case Value::Kind::Null: {
         const std::uint64_t slot = reserve();
-        PlistNode object(plist_new_dict());
-        plist_dict_set_item(object.get(), "$class", plist_new_uid(classUID("NSNull")));
-        return fill(slot, std::move(object));
+        return fill(slot, Dictionary{{"$class", reference(classUID("NSNull"))}});
       }
       case Value::Kind::List:
         return encodeArray(*value.asArray(), depth);
@@ -71,18 +64,11 @@ class ArchiveWriter {
   }
 
   // The archive's top-level dictionary, taking the objects table.
-  PlistNode finish(std::uint64_t rootUID) {
-    PlistNode top(plist_new_dict());
-    plist_dict_set_item(top.get(), "$version", plist_new_uint(100000));
-    plist_dict_set_item(top.get(), "$archiver", plist_new_string("NSKeyedArchiver"));
-    plist_t rootEntry = plist_new_dict();
-    plist_dict_set_item(rootEntry, "root", plist_new_uid(rootUID));
-    plist_dict_set_item(top.get(), "$top", rootEntry);
-    plist_t objects = plist_new_array();
-    for (PlistNode& object : _objects)
-      plist_array_append_item(objects, object.release());
-    plist_dict_set_item(top.get(), "$objects", objects);
-    return top;
+  Value finish(std::uint64_t rootUID) {
+    return Value(Dictionary{{"$version", Value(100000)},
+                            {"$archiver", Value("NSKeyedArchiver")},
+                            {"$top", Value(Dictionary{{"root", reference(rootUID)}})},
+                            {"$objects", Value(std::move(_objects))}});
   }
 
   const std::string& failure() const { return _failure; }
@@ -93,15 +79,15 @@ class ArchiveWriter {
     return std::nullopt;
   }
 
-  std::uint64_t append(plist_t node) {
-    _objects.emplace_back(node);
+  std::uint64_t append(Value object) {
+    _objects.push_back(std::move(object));
     return _objects.size() - 1;
   }
 
-  std::uint64_t reserve() { return append(nullptr); }
+  std::uint64_t reserve() { return append(Value()); }
 
-  std::uint64_t fill(std::uint64_t slot, PlistNode node) {
-    _objects[slot] = std::move(node);
+  std::uint64_t fill(std::uint64_t slot, Dictionary object) {
+    _objects[slot] = Value(std::move(object));
     return slot;
   }
 
@@ -109,64 +95,57 @@ class ArchiveWriter {
     if (!isValidUtf8(text)) return failed("text that is not UTF-8 cannot be archived");
     const auto known = _strings.find(text);
     if (known != _strings.end()) return known->second;
-    if (text.find('\0') != std::string::npos) return failed("text holding NUL cannot be archived");
-    const std::uint64_t uid = append(plist_new_string(text.c_str()));
+    const std::uint64_t uid = append(Value(text));
     _strings.emplace(text, uid);
     return uid;
   }
 
   std::optional<std::uint64_t> encodeArray(const Array& array, int depth) {
     const std::uint64_t slot = reserve();
-    PlistNode uids(plist_new_array());
+    Array uids;
+    uids.reserve(array.size());
     for (const Value& element : array) {
       if (element.isAbsent()) return failed("an array cannot hold an absent element");
       const auto uid = encode(element, depth + 1);
       if (!uid) return std::nullopt;
-      plist_array_append_item(uids.get(), plist_new_uid(*uid));
+      uids.push_back(reference(*uid));
     }
-    PlistNode object(plist_new_dict());
-    plist_dict_set_item(object.get(), "$class", plist_new_uid(classUID("NSArray")));
-    plist_dict_set_item(object.get(), "NS.objects", uids.release());
+    Dictionary object{{"$class", reference(classUID("NSArray"))}};
+    object.setObject(Value(std::move(uids)), "NS.objects");
     return fill(slot, std::move(object));
   }
 
   std::optional<std::uint64_t> encodeDictionary(const Dictionary& dictionary, int depth) {
     const std::uint64_t slot = reserve();
-    PlistNode keys(plist_new_array());
-    PlistNode values(plist_new_array());
+    Array keys;
+    Array values;
     for (const auto& [key, element] : dictionary) {
       const auto keyUID = encodeString(key);
       if (!keyUID) return std::nullopt;
-      plist_array_append_item(keys.get(), plist_new_uid(*keyUID));
+      keys.push_back(reference(*keyUID));
     }
     for (const auto& [key, element] : dictionary) {
       if (element.isAbsent()) return failed("a dictionary cannot hold an absent value");
       const auto uid = encode(element, depth + 1);
       if (!uid) return std::nullopt;
-      plist_array_append_item(values.get(), plist_new_uid(*uid));
+      values.push_back(reference(*uid));
     }
-    PlistNode object(plist_new_dict());
-    plist_dict_set_item(object.get(), "$class", plist_new_uid(classUID("NSDictionary")));
-    plist_dict_set_item(object.get(), "NS.keys", keys.release());
-    plist_dict_set_item(object.get(), "NS.objects", values.release());
+    Dictionary object{{"$class", reference(classUID("NSDictionary"))}};
+    object.setObject(Value(std::move(keys)), "NS.keys");
+    object.setObject(Value(std::move(values)), "NS.objects");
     return fill(slot, std::move(object));
   }
 
   std::uint64_t classUID(const std::string& name) {
     const auto known = _classes.find(name);
     if (known != _classes.end()) return known->second;
-    plist_t entry = plist_new_dict();
-    plist_t chain = plist_new_array();
-    plist_array_append_item(chain, plist_new_string(name.c_str()));
-    plist_array_append_item(chain, plist_new_string("NSObject"));
-    plist_dict_set_item(entry, "$classes", chain);
-    plist_dict_set_item(entry, "$classname", plist_new_string(name.c_str()));
-    const std::uint64_t uid = append(entry);
+    const std::uint64_t uid = append(Value(Dictionary{
+        {"$classes", Value(Array{Value(name), Value("NSObject")})}, {"$classname", Value(name)}}));
     _classes.emplace(name, uid);
     return uid;
   }
 
-  std::vector<PlistNode> _objects;
+  Array _objects;
   std::map<std::string, std::uint64_t> _strings;
   std::map<std::string, std::uint64_t> _classes;
   std::string _failure;
@@ -178,29 +157,16 @@ std::optional<Data> NSKeyedArchiver::archivedDataWithRootObject(const Value& roo
                                                                 NSErrorOut error) {
   ArchiveWriter writer;
   const std::optional<std::uint64_t> root = writer.encode(rootObject, 0);
-  if (!root) {
-    if (error != nullptr) {
-      *error = NSError::errorWithDomain(
-          NSCocoaErrorDomain, NSPropertyListWriteStreamError,
-          Dictionary{{NSLocalizedDescriptionKey, Value(writer.failure())}});
-    }
-    return std::nullopt;
+  std::optional<Data> data;
+  if (root) {
+    data = BinaryPropertyList::write(writer.finish(*root),
+                                     BinaryPropertyList::UidDictionaries::WriteAsUids);
   }
-  const PlistNode top = writer.finish(*root);
-  char* bytes = nullptr;
-  std::uint32_t length = 0;
-  plist_to_bin(top.get(), &bytes, &length);
-  if (bytes == nullptr) {
-    if (error != nullptr) {
-      *error = NSError::errorWithDomain(
-          NSCocoaErrorDomain, NSPropertyListWriteStreamError,
-          Dictionary{{NSLocalizedDescriptionKey, Value("the archive could not be written")}});
-    }
-    return std::nullopt;
+  if (!data && error != nullptr) {
+    const std::string why = root ? "the archive could not be written" : writer.failure();
+    *error = NSError::errorWithDomain(NSCocoaErrorDomain, NSPropertyListWriteStreamError,
+                                      Dictionary{{NSLocalizedDescriptionKey, Value(why)}});
   }
-  Data data(reinterpret_cast<std::uint8_t*>(bytes),
-            reinterpret_cast<std::uint8_t*>(bytes) + length);
-  plist_to_bin_free(bytes);
   return data;
 }
 

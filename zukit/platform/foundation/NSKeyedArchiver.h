@@ -16,7 +16,7 @@ inline constexpr NSInteger NSPropertyListWriteStreamError = 3851;
 // {"root": UID}. Text, numbers and data are stored inline; dates, arrays, dictionaries and NSNull
 // as objects with a "$class" entry naming NSDate ("NS.time"), NSArray ("NS.objects"),
 // NSDictionary ("NS.keys", "NS.objects") or NSNull. Equal texts and each class are stored once.
-// Stateless and safe from any thread.
+// The same graph always gives the same bytes. Stateless and safe from any thread.
 class NSKeyedArchiver {
  public:
   // The archive of the graph rooted at `rootObject` (an absent root archives as nil). None, with

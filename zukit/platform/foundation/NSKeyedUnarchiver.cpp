@@ -6,9 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include <plist/plist.h>
-
-#include "zukit/platform/foundation/PlistNode.h"
+#include "zukit/platform/foundation/NSPropertyListSerialization.h"
 
 namespace zu {
 
@@ -21,33 +19,30 @@ constexpr int kMaximumDepth = 512;
 constexpr std::size_t kMinimumValueBudget = std::size_t{1} << 18;
 constexpr std::size_t kBudgetPerReference = 16;
 
-std::optional<std::string> stringOf(plist_t node) {
-  if (node == nullptr || plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
-  return plistText(node);
+// The entry `key` of a dictionary value; nullptr when `object` is not a dictionary or lacks it.
+const Value* entryOf(const Value* object, std::string_view key) {
+  const Dictionary* dictionary = object != nullptr ? object->asDictionary() : nullptr;
+  return dictionary != nullptr ? dictionary->find(key) : nullptr;
 }
 
-// A reference: a UID node (binary archives) or {"CF$UID": n} (XML archives).
-std::optional<std::uint64_t> uidOf(plist_t node) {
-  if (node == nullptr) return std::nullopt;
-  std::uint64_t uid = 0;
-  if (plist_get_node_type(node) == PLIST_UID) {
-    plist_get_uid_val(node, &uid);
-    return uid;
-  }
-  if (plist_get_node_type(node) == PLIST_DICT && plist_dict_get_size(node) == 1) {
-    plist_t number = plist_dict_get_item(node, "CF$UID");
-    if (number != nullptr && plist_get_node_type(number) == PLIST_UINT) {
-      plist_get_uint_val(number, &uid);
-      return uid;
-    }
-  }
-  return std::nullopt;
+std::optional<std::string> stringOf(const Value* value) {
+  if (value == nullptr || !value->isString()) return std::nullopt;
+  return *value->asString();
+}
+
+// A reference: {"CF$UID": n}, which is how property lists read UIDs in both formats.
+std::optional<std::uint64_t> uidOf(const Value* value) {
+  const Dictionary* dictionary = value != nullptr ? value->asDictionary() : nullptr;
+  if (dictionary == nullptr || dictionary->size() != 1) return std::nullopt;
+  const Value* number = dictionary->find("CF$UID");
+  if (number == nullptr || !number->isInteger() || number->integerValue() < 0) return std::nullopt;
+  return static_cast<std::uint64_t>(number->integerValue());
 }
 
 class ArchiveReader {
  public:
-  ArchiveReader(plist_t objects, std::uint64_t root)
-      : _objects(plistElements(objects)),
+  ArchiveReader(const Array& objects, std::uint64_t root)
+      : _objects(objects),
         _count(_objects.size()),
         _state(_count, State::Unvisited),
         _references(_count, 0),
@@ -89,13 +84,12 @@ class ArchiveReader {
   std::size_t countReferences(std::uint64_t root) {
     std::size_t total = 1;
     if (root < _count) ++_references[root];
-    for (plist_t object : _objects) {
-      if (plist_get_node_type(object) != PLIST_DICT) continue;
+    for (const Value& object : _objects) {
       for (const char* list : {"NS.objects", "NS.keys"}) {
-        plist_t references = plist_dict_get_item(object, list);
-        if (references == nullptr || plist_get_node_type(references) != PLIST_ARRAY) continue;
-        for (plist_t reference : plistElements(references)) {
-          const std::optional<std::uint64_t> uid = uidOf(reference);
+        const Value* references = entryOf(&object, list);
+        if (references == nullptr || !references->isArray()) continue;
+        for (const Value& reference : *references->asArray()) {
+          const std::optional<std::uint64_t> uid = uidOf(&reference);
           if (uid && *uid < _count) ++_references[*uid];
           ++total;
         }
@@ -110,61 +104,65 @@ class ArchiveReader {
     return true;
   }
 
-  std::optional<Value> decodeNode(plist_t node, int depth) {
-    if (std::optional<Value> scalar = plistScalar(node)) return scalar;
-    if (plist_get_node_type(node) == PLIST_DICT) return decodeObject(node, depth);
-    return std::nullopt;
+  // Scalars stand for themselves; a dictionary is an object with a class.
+  std::optional<Value> decodeNode(const Value& node, int depth) {
+    switch (node.kind()) {
+      case Value::Kind::Boolean:
+      case Value::Kind::Integer:
+      case Value::Kind::Real:
+      case Value::Kind::String:
+      case Value::Kind::Bytes:
+        return node;
+      case Value::Kind::Dictionary:
+        return decodeObject(node, depth);
+      default:
+        return std::nullopt;
+    }
   }
 
-  std::optional<std::string> classNameOf(plist_t object) const {
-    const std::optional<std::uint64_t> classUID = uidOf(plist_dict_get_item(object, "$class"));
+  std::optional<std::string> classNameOf(const Value& object) const {
+    const std::optional<std::uint64_t> classUID = uidOf(entryOf(&object, "$class"));
     if (!classUID || *classUID == 0 || *classUID >= _count) return std::nullopt;
-    plist_t entry = _objects[static_cast<std::size_t>(*classUID)];
-    if (plist_get_node_type(entry) != PLIST_DICT) return std::nullopt;
-    return stringOf(plist_dict_get_item(entry, "$classname"));
+    return stringOf(entryOf(&_objects[static_cast<std::size_t>(*classUID)], "$classname"));
   }
 
-  std::optional<Value> decodeObject(plist_t object, int depth) {
+  std::optional<Value> decodeObject(const Value& object, int depth) {
     const std::optional<std::string> name = classNameOf(object);
     if (!name) return std::nullopt;
     if (*name == "NSNull") return Value::null();
     if (*name == "NSArray" || *name == "NSMutableArray") {
-      std::optional<Array> elements = decodeList(plist_dict_get_item(object, "NS.objects"), depth);
+      std::optional<Array> elements = decodeList(entryOf(&object, "NS.objects"), depth);
       if (!elements) return std::nullopt;
       return Value(std::move(*elements));
     }
     if (*name == "NSDictionary" || *name == "NSMutableDictionary")
       return decodeDictionary(object, depth);
     if (*name == "NSDate") {
-      plist_t time = plist_dict_get_item(object, "NS.time");
-      if (time == nullptr || plist_get_node_type(time) != PLIST_REAL) return std::nullopt;
-      double seconds = 0;
-      plist_get_real_val(time, &seconds);
-      return Value(Date::dateWithTimeIntervalSince1970(seconds + kArchiveEpochOffset));
+      const Value* time = entryOf(&object, "NS.time");
+      if (time == nullptr || !time->isReal()) return std::nullopt;
+      return Value(Date::dateWithTimeIntervalSince1970(time->doubleValue() + kArchiveEpochOffset));
     }
     if (*name == "NSString" || *name == "NSMutableString") {
-      const std::optional<std::string> text = stringOf(plist_dict_get_item(object, "NS.string"));
+      const std::optional<std::string> text = stringOf(entryOf(&object, "NS.string"));
       if (!text) return std::nullopt;
       return Value(*text);
     }
     if (*name == "NSData" || *name == "NSMutableData") {
-      plist_t bytes = plist_dict_get_item(object, "NS.data");
-      if (bytes == nullptr || plist_get_node_type(bytes) != PLIST_DATA) return std::nullopt;
-      return Value(plistData(bytes));
+      const Value* bytes = entryOf(&object, "NS.data");
+      if (bytes == nullptr || !bytes->isData()) return std::nullopt;
+      return *bytes;
     }
     return std::nullopt;
   }
 
   // The objects that an array of references points to; none when one is nil or unreadable.
-  std::optional<Array> decodeList(plist_t references, int depth) {
-    if (references == nullptr || plist_get_node_type(references) != PLIST_ARRAY) {
-      return std::nullopt;
-    }
-    const std::vector<plist_t> list = plistElements(references);
+  std::optional<Array> decodeList(const Value* references, int depth) {
+    if (references == nullptr || !references->isArray()) return std::nullopt;
+    const Array& list = *references->asArray();
     Array elements;
     elements.reserve(list.size());
-    for (plist_t reference : list) {
-      const std::optional<std::uint64_t> uid = uidOf(reference);
+    for (const Value& reference : list) {
+      const std::optional<std::uint64_t> uid = uidOf(&reference);
       if (!uid || *uid == 0) return std::nullopt;
       std::optional<Value> element = decode(*uid, depth + 1);
       if (!element) return std::nullopt;
@@ -173,10 +171,10 @@ class ArchiveReader {
     return elements;
   }
 
-  std::optional<Value> decodeDictionary(plist_t object, int depth) {
-    const std::optional<Array> keys = decodeList(plist_dict_get_item(object, "NS.keys"), depth);
+  std::optional<Value> decodeDictionary(const Value& object, int depth) {
+    const std::optional<Array> keys = decodeList(entryOf(&object, "NS.keys"), depth);
     if (!keys) return std::nullopt;
-    std::optional<Array> values = decodeList(plist_dict_get_item(object, "NS.objects"), depth);
+    std::optional<Array> values = decodeList(entryOf(&object, "NS.objects"), depth);
     if (!values || values->size() != keys->size()) return std::nullopt;
     Dictionary dictionary;
     for (std::size_t i = 0; i < keys->size(); ++i) {
@@ -187,7 +185,7 @@ class ArchiveReader {
     return Value(std::move(dictionary));
   }
 
-  std::vector<plist_t> _objects;
+  const Array& _objects;
   std::size_t _count;
   std::vector<State> _state;
   std::vector<std::uint32_t> _references;
@@ -207,33 +205,19 @@ Value corrupt(NSErrorOut error, const char* why) {
 }  // namespace
 
 Value NSKeyedUnarchiver::unarchiveObjectWithData(const Data& data, NSErrorOut error) {
-  if (data.empty() || data.size() > std::numeric_limits<std::uint32_t>::max()) {
-    return corrupt(error, "The data is not a keyed archive.");
-  }
-  const auto* bytes = reinterpret_cast<const char*>(data.data());
-  const auto length = static_cast<std::uint32_t>(data.size());
-  plist_t raw = nullptr;
-  if (plist_is_binary(bytes, length) != 0) {
-    plist_from_bin(bytes, length, &raw);
-  } else {
-    plist_from_xml(bytes, length, &raw);
-  }
-  const PlistNode top(raw);
-  if (!top || plist_get_node_type(top.get()) != PLIST_DICT) {
-    return corrupt(error, "The data is not a property list.");
-  }
-  plist_t version = plist_dict_get_item(top.get(), "$version");
-  plist_t objects = plist_dict_get_item(top.get(), "$objects");
-  plist_t topEntries = plist_dict_get_item(top.get(), "$top");
-  if (stringOf(plist_dict_get_item(top.get(), "$archiver")) != "NSKeyedArchiver" ||
-      version == nullptr || plist_get_node_type(version) != PLIST_UINT || objects == nullptr ||
-      plist_get_node_type(objects) != PLIST_ARRAY || topEntries == nullptr ||
-      plist_get_node_type(topEntries) != PLIST_DICT) {
+  const Value top = NSPropertyListSerialization::propertyListWithData(data, 0);
+  if (!top.isDictionary()) return corrupt(error, "The data is not a property list.");
+  const Value* version = entryOf(&top, "$version");
+  const Value* objects = entryOf(&top, "$objects");
+  const Value* topEntries = entryOf(&top, "$top");
+  if (stringOf(entryOf(&top, "$archiver")) != "NSKeyedArchiver" || version == nullptr ||
+      !version->isInteger() || objects == nullptr || !objects->isArray() || topEntries == nullptr ||
+      !topEntries->isDictionary()) {
     return corrupt(error, "The property list is not a keyed archive.");
   }
-  const std::optional<std::uint64_t> root = uidOf(plist_dict_get_item(topEntries, "root"));
+  const std::optional<std::uint64_t> root = uidOf(entryOf(topEntries, "root"));
   if (!root) return corrupt(error, "The keyed archive has no root object.");
-  ArchiveReader reader(objects, *root);
+  ArchiveReader reader(*objects->asArray(), *root);
   std::optional<Value> value = reader.decode(*root, 0);
   if (!value) return corrupt(error, "The keyed archive is damaged.");
   return std::move(*value);

@@ -1,13 +1,17 @@
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstdlib>
+#include <cstdint>
 #include <limits>
-#include <memory>
+#include <span>
+#include <string_view>
 
 #include <plist/plist.h>
 
+#include "zukit/platform/foundation/BinaryPropertyList.h"
 #include "zukit/platform/foundation/PlistNode.h"
+#include "zukit/platform/foundation/Unicode.h"
 
 namespace zu {
 
@@ -15,11 +19,41 @@ namespace {
 
 // Seconds between 1970-01-01 and 2001-01-01, the epoch of property-list dates.
 constexpr double kPlistEpochOffset = 978307200.0;
-// Deepest nesting read or written; deeper input is refused rather than overflowing the stack.
-constexpr int kMaximumDepth = 512;
+constexpr double kMicrosecondsPerSecond = 1e6;
 
-plist_t toPlist(const Value& value, int depth) {
-  if (depth > kMaximumDepth) return nullptr;
+bool isPropertyListValue(const Value& value, int depth) {
+  if (depth > BinaryPropertyList::kMaximumDepth) return false;
+  switch (value.kind()) {
+    case Value::Kind::Boolean:
+    case Value::Kind::Integer:
+    case Value::Kind::Real:
+    case Value::Kind::Bytes:
+    case Value::Kind::Date:
+      return true;
+    case Value::Kind::String:
+      return isValidUtf8(*value.asString());
+    case Value::Kind::List:
+      return std::all_of(
+          value.asArray()->begin(), value.asArray()->end(),
+          [depth](const Value& element) { return isPropertyListValue(element, depth + 1); });
+    case Value::Kind::Dictionary:
+      return std::all_of(value.asDictionary()->begin(), value.asDictionary()->end(),
+                         [depth](const Dictionary::Entry& entry) {
+                           return isValidUtf8(entry.first) &&
+                                  isPropertyListValue(entry.second, depth + 1);
+                         });
+    default:
+      return false;
+  }
+}
+
+bool holdsNul(std::string_view text) {
+  return text.find('\0') != std::string_view::npos;
+}
+
+// A libplist node for the XML writer; none for what XML cannot hold: text holding NUL, and dates
+// outside libplist's range (whole seconds from 2001 in 32 bits: 1933 to 2069).
+plist_t toXmlNode(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::Boolean:
       return plist_new_bool(value.boolValue() ? 1 : 0);
@@ -28,6 +62,7 @@ plist_t toPlist(const Value& value, int depth) {
     case Value::Kind::Real:
       return plist_new_real(value.doubleValue());
     case Value::Kind::String:
+      if (holdsNul(*value.asString())) return nullptr;
       return plist_new_string(value.asString()->c_str());
     case Value::Kind::Bytes: {
       const Data& bytes = *value.asData();
@@ -35,14 +70,21 @@ plist_t toPlist(const Value& value, int depth) {
     }
     case Value::Kind::Date: {
       const double since = value.asDate()->timeIntervalSince1970() - kPlistEpochOffset;
-      const double seconds = std::floor(since);
-      return plist_new_date(static_cast<std::int32_t>(seconds),
-                            static_cast<std::int32_t>(std::lround((since - seconds) * 1e6)));
+      double seconds = std::floor(since);
+      double micros = std::round((since - seconds) * kMicrosecondsPerSecond);
+      if (micros >= kMicrosecondsPerSecond) {
+        seconds += 1;
+        micros = 0;
+      }
+      constexpr double kLowest = std::numeric_limits<std::int32_t>::min();
+      constexpr double kHighest = std::numeric_limits<std::int32_t>::max();
+      if (!(seconds >= kLowest && seconds <= kHighest)) return nullptr;
+      return plist_new_date(static_cast<std::int32_t>(seconds), static_cast<std::int32_t>(micros));
     }
     case Value::Kind::List: {
       PlistNode array(plist_new_array());
       for (const Value& element : *value.asArray()) {
-        plist_t child = toPlist(element, depth + 1);
+        plist_t child = toXmlNode(element);
         if (child == nullptr) return nullptr;
         plist_array_append_item(array.get(), child);
       }
@@ -51,7 +93,8 @@ plist_t toPlist(const Value& value, int depth) {
     case Value::Kind::Dictionary: {
       PlistNode dictionary(plist_new_dict());
       for (const auto& [key, element] : *value.asDictionary()) {
-        plist_t child = toPlist(element, depth + 1);
+        if (holdsNul(key)) return nullptr;
+        plist_t child = toXmlNode(element);
         if (child == nullptr) return nullptr;
         plist_dict_set_item(dictionary.get(), key.c_str(), child);
       }
@@ -62,58 +105,43 @@ plist_t toPlist(const Value& value, int depth) {
   }
 }
 
-Value fromPlist(plist_t node, int depth, bool& ok) {
-  if (node == nullptr || depth > kMaximumDepth) {
-    ok = false;
-    return {};
-  }
-  if (std::optional<Value> scalar = plistScalar(node)) return std::move(*scalar);
-  switch (plist_get_node_type(node)) {
-    case PLIST_KEY:
-      return Value(plistText(node));
-    case PLIST_DATE: {
-      std::int32_t seconds = 0;
-      std::int32_t micros = 0;
-      plist_get_date_val(node, &seconds, &micros);
-      return Value(Date::dateWithTimeIntervalSince1970(seconds + micros / 1e6 + kPlistEpochOffset));
-    }
-    case PLIST_UID: {
-      std::uint64_t uid = 0;
-      plist_get_uid_val(node, &uid);
-      return Value(Dictionary{{"CF$UID", Value(static_cast<std::int64_t>(uid))}});
-    }
-    case PLIST_ARRAY: {
-      Array array;
-      const std::vector<plist_t> children = plistElements(node);
-      array.reserve(children.size());
-      for (plist_t child : children) {
-        array.push_back(fromPlist(child, depth + 1, ok));
-        if (!ok) break;
-      }
-      return Value(std::move(array));
-    }
-    case PLIST_DICT: {
-      Dictionary dictionary;
-      plist_dict_iter iterator = nullptr;
-      plist_dict_new_iter(node, &iterator);
-      for (;;) {
-        char* key = nullptr;
-        plist_t child = nullptr;
-        plist_dict_next_item(node, iterator, &key, &child);
-        if (key == nullptr) break;
-        std::string name(key);
-        std::free(key);  // NOLINT(cppcoreguidelines-no-malloc)
-        if (child == nullptr) break;
-        dictionary.setObject(fromPlist(child, depth + 1, ok), std::move(name));
-        if (!ok) break;
-      }
-      std::free(iterator);  // NOLINT(cppcoreguidelines-no-malloc)
-      return Value(std::move(dictionary));
-    }
-    default:
-      ok = false;
-      return {};
-  }
+std::optional<Data> xmlData(const Value& plist) {
+  const PlistNode node(toXmlNode(plist));
+  if (!node) return std::nullopt;
+  char* bytes = nullptr;
+  std::uint32_t length = 0;
+  plist_to_xml(node.get(), &bytes, &length);
+  if (bytes == nullptr) return std::nullopt;
+  Data data(reinterpret_cast<std::uint8_t*>(bytes),
+            reinterpret_cast<std::uint8_t*>(bytes) + length);
+  plist_to_xml_free(bytes);
+  return data;
+}
+
+// XML is parsed by libplist, but nothing is read out of its nodes: libplist writes them as a
+// binary property list, which the library's own reader reads. libplist's text accessors assert
+// on text holding NUL, and XML cannot hold that character anyway, so bytes holding NUL are
+// refused before libplist sees them. Bytes that are not UTF-8 are read as Latin-1 characters,
+// as the binary reader does, where libplist would cut the text short at them.
+std::optional<Value> xmlValue(const Data& data) {
+  if (std::find(data.begin(), data.end(), 0) != data.end()) return std::nullopt;
+  const std::string_view input(reinterpret_cast<const char*>(data.data()), data.size());
+  std::string repaired;
+  if (!isValidUtf8(input)) repaired = utf8WithLatin1Fallback(input);
+  const std::string_view text = repaired.empty() ? input : std::string_view(repaired);
+  if (text.size() > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+  plist_t raw = nullptr;
+  plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &raw);
+  const PlistNode node(raw);
+  if (!node) return std::nullopt;
+  char* bytes = nullptr;
+  std::uint32_t length = 0;
+  plist_to_bin(node.get(), &bytes, &length);
+  if (bytes == nullptr) return std::nullopt;
+  std::optional<Value> value =
+      BinaryPropertyList::read(std::span(reinterpret_cast<const std::uint8_t*>(bytes), length));
+  plist_to_bin_free(bytes);
+  return value;
 }
 
 void setError(NSErrorOut error, NSInteger code, const std::string& text) {
@@ -126,8 +154,7 @@ void setError(NSErrorOut error, NSInteger code, const std::string& text) {
 }  // namespace
 
 bool NSPropertyListSerialization::propertyListIsValid(const Value& plist) {
-  const PlistNode node(toPlist(plist, 0));
-  return node != nullptr;
+  return isPropertyListValue(plist, 0);
 }
 
 std::optional<Data> NSPropertyListSerialization::dataWithPropertyList(const Value& plist,
@@ -139,30 +166,18 @@ std::optional<Data> NSPropertyListSerialization::dataWithPropertyList(const Valu
              "Property list format " + std::to_string(format) + " cannot be written");
     return std::nullopt;
   }
-  const PlistNode node(toPlist(plist, 0));
-  if (!node) {
+  if (!propertyListIsValid(plist)) {
     setError(error, NSPropertyListWriteInvalidError,
              "Property list invalid for format: " + std::to_string(format) +
                  " (property lists cannot contain objects of this type)");
     return std::nullopt;
   }
-  char* bytes = nullptr;
-  std::uint32_t length = 0;
-  if (format == NSPropertyListXMLFormat_v1_0) {
-    plist_to_xml(node.get(), &bytes, &length);
-  } else {
-    plist_to_bin(node.get(), &bytes, &length);
-  }
-  if (bytes == nullptr) {
-    setError(error, NSPropertyListWriteInvalidError, "The property list could not be written");
-    return std::nullopt;
-  }
-  Data data(reinterpret_cast<std::uint8_t*>(bytes),
-            reinterpret_cast<std::uint8_t*>(bytes) + length);
-  if (format == NSPropertyListXMLFormat_v1_0) {
-    plist_to_xml_free(bytes);
-  } else {
-    plist_to_bin_free(bytes);
+  std::optional<Data> data =
+      format == NSPropertyListXMLFormat_v1_0 ? xmlData(plist) : BinaryPropertyList::write(plist);
+  if (!data) {
+    setError(error, NSPropertyListWriteInvalidError,
+             "Property list invalid for format: " + std::to_string(format) +
+                 " (XML cannot hold text with NUL or dates beyond 1933 to 2069)");
   }
   return data;
 }
@@ -175,26 +190,16 @@ Value NSPropertyListSerialization::propertyListWithData(const Data& data, unsign
              "The data couldn’t be read because it is empty.");
     return {};
   }
-  const auto* bytes = reinterpret_cast<const char*>(data.data());
-  const auto length = static_cast<std::uint32_t>(data.size());
-  const bool binary = plist_is_binary(bytes, length) != 0;
-  plist_t raw = nullptr;
-  if (binary) {
-    plist_from_bin(bytes, length, &raw);
-  } else {
-    plist_from_xml(bytes, length, &raw);
-  }
-  const PlistNode node(raw);
-  bool ok = true;
-  Value value = node ? fromPlist(node.get(), 0, ok) : Value();
-  if (!node || !ok) {
+  const bool binary = BinaryPropertyList::hasSignature(data);
+  std::optional<Value> value = binary ? BinaryPropertyList::read(data) : xmlValue(data);
+  if (!value) {
     setError(error, NSPropertyListReadCorruptError,
              "The data couldn’t be read because it isn’t in the correct format.");
     return {};
   }
   if (format != nullptr)
     *format = binary ? NSPropertyListBinaryFormat_v1_0 : NSPropertyListXMLFormat_v1_0;
-  return value;
+  return std::move(*value);
 }
 
 }  // namespace zu

@@ -10,9 +10,11 @@
 namespace zu {
 
 // A preferences store: the app's standard domain (named by the bundle identifier) or a named
-// suite, each an XML property-list file $XDG_CONFIG_HOME/zukit/preferences/<domain>.plist.
-// Stores of one domain share their values within the process; changes reach the file on
-// synchronize(), which also picks up what other processes synchronised. Safe from any thread.
+// suite, each a binary property-list file $XDG_CONFIG_HOME/zukit/preferences/<domain>.plist
+// (XML files of earlier versions are read too). Stores of one domain share their values within
+// the process; changes reach the file on synchronize(). Reads see what other processes
+// synchronised: the file is read again whenever it was replaced. A damaged file reads as empty
+// and is kept aside at the next synchronize (see PreferenceDomain). Safe from any thread.
 class NSUserDefaults final : public Object {
  public:
   // The app's standard store.

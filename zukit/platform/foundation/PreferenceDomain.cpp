@@ -1,15 +1,14 @@
 #include "zukit/platform/foundation/PreferenceDomain.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <span>
 #include <unordered_map>
 
-#include "zukit/platform/foundation/NSFileManager.h"
+#include "zukit/platform/foundation/AtomicFile.h"
+#include "zukit/platform/foundation/FileLock.h"
+#include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
 #include "zukit/platform/foundation/NoDestructor.h"
 
@@ -17,52 +16,21 @@ namespace zu {
 
 namespace {
 
+constexpr mode_t kFileMode = 0600;
+
 struct Registry {
   Mutex mutex;
   std::unordered_map<std::string, std::shared_ptr<PreferenceDomain>> domains ZU_GUARDED_BY(mutex);
 };
 
-// Holds an exclusive flock on "<file>.lock" for a scope, so that processes merge in turn.
-class FileLock {
- public:
-  explicit FileLock(const std::string& path)
-      : _fd(::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-    if (_fd >= 0) {
-      while (::flock(_fd, LOCK_EX) != 0 && errno == EINTR) {
-      }
-    }
-  }
-  ~FileLock() {
-    if (_fd >= 0) ::close(_fd);
-  }
-  FileLock(const FileLock&) = delete;
-  FileLock& operator=(const FileLock&) = delete;
-
- private:
-  int _fd;
-};
-
-bool writeAtomically(const std::string& path, const Data& bytes) {
-  static std::atomic<unsigned> counter{0};
-  const std::string temporary =
-      path + ".tmp." + std::to_string(getpid()) + "." + std::to_string(counter.fetch_add(1));
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (fd < 0) return false;
-  std::size_t written = 0;
-  bool ok = true;
-  while (written < bytes.size()) {
-    const ssize_t result = ::write(fd, bytes.data() + written, bytes.size() - written);
-    if (result < 0 && errno == EINTR) continue;
-    if (result <= 0) {
-      ok = false;
-      break;
-    }
-    written += static_cast<std::size_t>(result);
-  }
-  ok = ::close(fd) == 0 && ok;
-  if (ok) ok = ::rename(temporary.c_str(), path.c_str()) == 0;
-  if (!ok) ::unlink(temporary.c_str());
-  return ok;
+// The dictionary a file read holds; none when it is not a dictionary property list.
+std::optional<Dictionary> dictionaryOf(const StoreFile& file) {
+  if (file.state != StoreFile::State::Read) return Dictionary();
+  if (file.bytes.empty()) return Dictionary();
+  Value plist = NSPropertyListSerialization::propertyListWithData(file.bytes, 0);
+  Dictionary* dictionary = plist.asDictionary();
+  if (dictionary == nullptr) return std::nullopt;
+  return std::move(*dictionary);
 }
 
 }  // namespace
@@ -77,75 +45,99 @@ std::shared_ptr<PreferenceDomain> PreferenceDomain::domainAtPath(const std::stri
 
 PreferenceDomain::PreferenceDomain(std::string path) : _path(std::move(path)) {}
 
-std::optional<PreferenceDomain::FileSignature> PreferenceDomain::signatureLocked() const {
-  struct stat status {};
-  if (::stat(_path.c_str(), &status) != 0) return std::nullopt;
-  return FileSignature{
-      status.st_dev, status.st_ino, status.st_size,
-      static_cast<long long>(status.st_mtim.tv_sec) * 1000000000LL + status.st_mtim.tv_nsec};
-}
-
-// The file's dictionary; a missing, unreadable or corrupt file reads as empty.
-Dictionary PreferenceDomain::readFileLocked() const {
-  const auto bytes = NSFileManager::defaultManager()->contentsAtPath(_path);
-  if (!bytes || bytes->empty()) return {};
-  const Value plist = NSPropertyListSerialization::propertyListWithData(*bytes, 0);
-  const Dictionary* dictionary = plist.asDictionary();
-  return dictionary != nullptr ? *dictionary : Dictionary();
-}
-
-void PreferenceDomain::loadIfNeededLocked() {
-  if (_loaded) return;
-  _signature = signatureLocked();
-  _values = readFileLocked();
+void PreferenceDomain::takeLocked(const StoreFile& file) {
+  std::optional<Dictionary> values = dictionaryOf(file);
+  switch (file.state) {
+    case StoreFile::State::Missing:
+      _fileState = FileState::Missing;
+      break;
+    case StoreFile::State::Unreadable:
+      _fileState = FileState::Unreadable;
+      break;
+    case StoreFile::State::Read:
+      _fileState = values ? FileState::Read : FileState::Damaged;
+      break;
+  }
+  _fileError = file.error;
+  // An unreadable file has no signature of its own read: its current one stands for it, so
+  // that it is not tried again until it changes.
+  _signature =
+      file.state == StoreFile::State::Unreadable ? StoreFile::signatureAt(_path) : file.signature;
+  _values = values ? std::move(*values) : Dictionary();
+  for (const Change& change : _pending)
+    _values.setObject(change.value, change.key);
   _loaded = true;
+}
+
+void PreferenceDomain::refreshLocked() {
+  if (_loaded && StoreFile::signatureAt(_path) == _signature) return;
+  takeLocked(StoreFile::read(_path));
 }
 
 Value PreferenceDomain::objectForKey(const std::string& key) {
   MutexLock lock(_mutex);
-  loadIfNeededLocked();
+  refreshLocked();
   return _values.objectForKey(key);
 }
 
 void PreferenceDomain::setObject(Value value, const std::string& key) {
   MutexLock lock(_mutex);
-  loadIfNeededLocked();
+  refreshLocked();
   _values.setObject(value, key);
   _pending.push_back(Change{key, std::move(value)});
 }
 
 Dictionary PreferenceDomain::dictionaryRepresentation() {
   MutexLock lock(_mutex);
-  loadIfNeededLocked();
+  refreshLocked();
   return _values;
+}
+
+bool PreferenceDomain::writeLocked(const Dictionary& values) {
+  if (_fileState == FileState::Unreadable) {
+    StoreFile::report(format(
+        "NSUserDefaults: the preferences file %@ cannot be read (%@); it is left as it is and "
+        "the changes are not written",
+        _path, std::strerror(_fileError)));
+    return false;
+  }
+  const std::optional<Data> bytes = NSPropertyListSerialization::dataWithPropertyList(
+      Value(values), NSPropertyListBinaryFormat_v1_0, 0);
+  if (!bytes) return false;
+  if (_fileState == FileState::Damaged) {
+    const std::optional<std::string> aside = StoreFile::keepAside(_path);
+    if (!aside) {
+      StoreFile::report(format(
+          "NSUserDefaults: the preferences file %@ is damaged and could not be kept aside (%@); "
+          "the changes are not written",
+          _path, std::strerror(errno)));
+      return false;
+    }
+    StoreFile::report(
+        format("NSUserDefaults: the preferences file %@ is damaged; it was kept aside as %@", _path,
+               *aside));
+    _fileState = FileState::Missing;
+  }
+  return writeFileAtomically(_path, std::span(*bytes), kFileMode) == 0;
 }
 
 bool PreferenceDomain::synchronize() {
   MutexLock lock(_mutex);
-  loadIfNeededLocked();
   if (_pending.empty()) {
-    const auto signature = signatureLocked();
-    if (signature != _signature) {
-      _values = readFileLocked();
-      _signature = signature;
-    }
+    refreshLocked();
     return true;
   }
   std::error_code ignored;
   std::filesystem::create_directories(std::filesystem::path(_path).parent_path(), ignored);
-  const FileLock fileLock(_path);
-  const auto signature = signatureLocked();
-  Dictionary merged = signature == _signature ? _values : readFileLocked();
-  if (signature != _signature) {
-    for (Change& change : _pending)
-      merged.setObject(change.value, change.key);
-  }
-  const auto bytes = NSPropertyListSerialization::dataWithPropertyList(
-      Value(merged), NSPropertyListXMLFormat_v1_0, 0);
-  if (!bytes || !writeAtomically(_path, *bytes)) return false;
-  _values = std::move(merged);
+  const FileLock fileLock(_path + ".lock");
+  if (!fileLock.locked()) return false;
+  // Writers replace the file only under the lock: a file that still has the signature last
+  // read is the one whose values (with the pending changes) are in memory.
+  refreshLocked();
+  if (!writeLocked(_values)) return false;
   _pending.clear();
-  _signature = signatureLocked();
+  _fileState = FileState::Read;
+  _signature = StoreFile::signatureAt(_path);
   return true;
 }
 

@@ -1,21 +1,26 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "zukit/platform/foundation/Mutex.h"
+#include "zukit/platform/foundation/StoreFile.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
 
 // The values of one preferences domain, shared by every NSUserDefaults of that domain in the
-// process and kept in an XML property-list file. Changes stay in memory until synchronize(),
-// which merges them into what the file holds now (other processes' changes included) under an
-// exclusive lock and replaces the file atomically.
+// process and kept in a binary property-list file (XML files of earlier versions are read too).
+//
+// A read sees the file as it stands: when the file's identity or time stamp differs from the
+// one last read (another process synchronised), it is read again, with this process's changes
+// that are not yet synchronised kept on top. Changes reach the file on synchronize(), which
+// merges them into the file's current values under an exclusive lock and replaces it
+// atomically. A file that is not a dictionary property list reads as empty and is kept aside
+// at the next write; one that cannot be read (permissions) is left alone and never written.
+// Both are reported through StoreFile::report. Safe from any thread.
 class PreferenceDomain {
  public:
   // The shared domain kept in `path`.
@@ -30,34 +35,36 @@ class PreferenceDomain {
   // Every value.
   Dictionary dictionaryRepresentation();
   // Writes pending changes and reads other processes' changes; false when the file could not
-  // be written.
+  // be written (or cannot be read, and so is not replaced).
   bool synchronize();
   // The file.
   const std::string& path() const { return _path; }
 
  private:
-  struct FileSignature {
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    long long modified = 0;
-    bool operator==(const FileSignature&) const = default;
-  };
+  // What the file held when last read.
+  enum class FileState : std::uint8_t { Missing, Read, Damaged, Unreadable };
   struct Change {
     std::string key;
     Value value;
   };
 
-  void loadIfNeededLocked() ZU_REQUIRES(_mutex);
-  std::optional<FileSignature> signatureLocked() const ZU_REQUIRES(_mutex);
-  Dictionary readFileLocked() const ZU_REQUIRES(_mutex);
+  // Reads the file again when it changed since it was last read.
+  void refreshLocked() ZU_REQUIRES(_mutex);
+  // Takes in a read of the file: its values with the pending changes on top.
+  void takeLocked(const StoreFile& file) ZU_REQUIRES(_mutex);
+  // Writes `values` to the file, keeping a damaged one aside first; false on failure. The
+  // caller holds the file lock.
+  bool writeLocked(const Dictionary& values) ZU_REQUIRES(_mutex);
 
   const std::string _path;
   Mutex _mutex;
   bool _loaded ZU_GUARDED_BY(_mutex) = false;
+  FileState _fileState ZU_GUARDED_BY(_mutex) = FileState::Missing;
+  int _fileError ZU_GUARDED_BY(_mutex) = 0;
+  std::optional<StoreFile::Signature> _signature ZU_GUARDED_BY(_mutex);
+  // The file's values with the pending changes applied.
   Dictionary _values ZU_GUARDED_BY(_mutex);
   std::vector<Change> _pending ZU_GUARDED_BY(_mutex);
-  std::optional<FileSignature> _signature ZU_GUARDED_BY(_mutex);
 };
 
 }  // namespace zu

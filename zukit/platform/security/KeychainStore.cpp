@@ -5,14 +5,17 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <span>
 
 #include "zukit/platform/foundation/AtomicFile.h"
 #include "zukit/platform/foundation/Environment.h"
+#include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/NSBundle.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
+#include "zukit/platform/foundation/StoreFile.h"
 #include "zukit/platform/foundation/Unicode.h"
 
 namespace zu {
@@ -29,24 +32,34 @@ bool endsWith(const std::string& text, std::string_view suffix) {
          text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-// The items of a decoded file; none when the file is not shaped like a store.
-std::optional<std::vector<KeychainItem>> itemsOf(const Value& file) {
-  const Dictionary* top = file.asDictionary();
-  if (top == nullptr) return std::nullopt;
+// The item an entry of the file's list holds; none when it is not shaped like one.
+std::optional<KeychainItem> itemOf(const Value& entry) {
+  const Dictionary* fields = entry.asDictionary();
+  if (fields == nullptr || fields->size() != 2) return std::nullopt;
+  const Value* attributes = fields->find("attributes");
+  const Value* data = fields->find("data");
+  const Dictionary* attributeMap = attributes != nullptr ? attributes->asDictionary() : nullptr;
+  const Data* bytes = data != nullptr ? data->asData() : nullptr;
+  if (attributeMap == nullptr || bytes == nullptr) return std::nullopt;
+  return KeychainItem{*attributeMap, *bytes};
+}
+
+// Sorts a decoded file into items and what else it holds; false when it is not a store.
+bool sortEntries(Value file, KeychainGroupContents& contents) {
+  Dictionary* top = file.asDictionary();
+  if (top == nullptr) return false;
   const Value* list = top->find("items");
-  if (list == nullptr || !list->isArray()) return std::nullopt;
-  std::vector<KeychainItem> items;
+  if (list == nullptr || !list->isArray()) return false;
   for (const Value& entry : *list->asArray()) {
-    const Dictionary* fields = entry.asDictionary();
-    if (fields == nullptr) return std::nullopt;
-    const Value* attributes = fields->find("attributes");
-    const Value* data = fields->find("data");
-    const Dictionary* attributeMap = attributes != nullptr ? attributes->asDictionary() : nullptr;
-    const Data* bytes = data != nullptr ? data->asData() : nullptr;
-    if (attributeMap == nullptr || bytes == nullptr) return std::nullopt;
-    items.push_back(KeychainItem{*attributeMap, *bytes});
+    if (std::optional<KeychainItem> item = itemOf(entry)) {
+      contents.items.push_back(std::move(*item));
+    } else {
+      contents.otherEntries.push_back(entry);
+    }
   }
-  return items;
+  top->removeObjectForKey("items");
+  contents.otherFields = std::move(*top);
+  return true;
 }
 
 }  // namespace
@@ -83,14 +96,19 @@ std::vector<std::string> KeychainStore::existingGroups() const {
 }
 
 KeychainGroupContents KeychainStore::readGroup(const std::string& group) const {
-  const std::optional<Data> bytes =
-      NSFileManager::defaultManager()->contentsAtPath(pathForGroup(group));
-  if (!bytes) return {};
-  std::optional<std::vector<KeychainItem>> items =
-      bytes->empty() ? std::nullopt
-                     : itemsOf(NSPropertyListSerialization::propertyListWithData(*bytes, 0));
-  if (!items) return KeychainGroupContents{{}, true};
-  return KeychainGroupContents{std::move(*items), false};
+  KeychainGroupContents contents;
+  StoreFile file = StoreFile::read(pathForGroup(group));
+  if (file.state == StoreFile::State::Missing) return contents;
+  if (file.state == StoreFile::State::Unreadable) {
+    contents.state = KeychainGroupContents::State::Unreadable;
+    contents.error = file.error;
+    return contents;
+  }
+  contents.state =
+      sortEntries(NSPropertyListSerialization::propertyListWithData(file.bytes, 0), contents)
+          ? KeychainGroupContents::State::Read
+          : KeychainGroupContents::State::Damaged;
+  return contents;
 }
 
 FileLock KeychainStore::lockGroup(const std::string& group) const {
@@ -106,18 +124,39 @@ FileLock KeychainStore::lockGroup(const std::string& group) const {
 int KeychainStore::writeGroup(const std::string& group,
                               const KeychainGroupContents& contents) const {
   const std::string path = pathForGroup(group);
-  if (contents.corrupt) {
-    const std::string aside = path + ".corrupt";
-    if (std::rename(path.c_str(), aside.c_str()) != 0 && errno != ENOENT) return errno;
+  if (contents.state == KeychainGroupContents::State::Unreadable) {
+    StoreFile::report(format(
+        "SecItem: the keychain file %@ cannot be read (%@); it is left as it is and the change "
+        "is refused",
+        path, std::strerror(contents.error)));
+    return contents.error != 0 ? contents.error : EIO;
+  }
+  if (contents.state == KeychainGroupContents::State::Damaged) {
+    const std::optional<std::string> aside = StoreFile::keepAside(path);
+    if (!aside) {
+      const int error = errno;
+      StoreFile::report(format(
+          "SecItem: the keychain file %@ is not a keychain and could not be kept aside (%@); the "
+          "change is refused",
+          path, std::strerror(error)));
+      return error;
+    }
+    StoreFile::report(
+        format("SecItem: the keychain file %@ is not a keychain; it was kept aside as %@ and the "
+               "group starts anew",
+               path, *aside));
   }
   Array items;
-  items.reserve(contents.items.size());
+  items.reserve(contents.items.size() + contents.otherEntries.size());
   for (const KeychainItem& item : contents.items) {
     items.emplace_back(
         Dictionary{{"attributes", Value(item.attributes)}, {"data", Value(item.data)}});
   }
+  items.insert(items.end(), contents.otherEntries.begin(), contents.otherEntries.end());
+  Dictionary file = contents.otherFields;
+  file.setObject(Value(std::move(items)), "items");
   const std::optional<Data> bytes = NSPropertyListSerialization::dataWithPropertyList(
-      Value(Dictionary{{"items", Value(std::move(items))}}), NSPropertyListBinaryFormat_v1_0, 0);
+      Value(std::move(file)), NSPropertyListBinaryFormat_v1_0, 0);
   if (!bytes) return EINVAL;
   return writeFileAtomically(path, std::span(*bytes), kFileMode);
 }

@@ -16,14 +16,34 @@ struct KeychainItem {
 
 // What one access group's file holds.
 struct KeychainGroupContents {
+  // How the file was found.
+  enum class State : std::uint8_t {
+    // No file: the group is empty.
+    Missing,
+    // A store, read.
+    Read,
+    // A file that is not a store (unparsable, or not shaped like one): the group reads as empty,
+    // and the next write keeps the file aside.
+    Damaged,
+    // A file that cannot be opened or read: the group reads as empty, and writes are refused.
+    Unreadable,
+  };
+
   std::vector<KeychainItem> items;
-  // True when a file was there but could not be read as a store.
-  bool corrupt = false;
+  // Entries of the file's item list that are not items, and its other top-level entries: kept
+  // and written back as they were, so that nothing read is lost.
+  Array otherEntries;
+  Dictionary otherFields;
+  State state = State::Missing;
+  // The errno value of an unreadable file.
+  int error = 0;
 };
 
 // The files behind the keychain: one binary property list per access group in one directory,
 // {"items": [{"attributes": {...}, "data": <bytes>}, ...]}. Reads need no lock, since files are
-// only ever replaced whole; a read-modify-write holds the group's lock throughout.
+// only ever replaced whole; a read-modify-write holds the group's lock throughout. A file that
+// cannot be read is never replaced: a damaged one is kept aside, an unreadable one left alone,
+// and either is reported on the console (StoreFile::report).
 class KeychainStore {
  public:
   // The store in $XDG_DATA_HOME/zukit/keychain.
@@ -42,8 +62,9 @@ class KeychainStore {
   // Takes the group's exclusive lock, making the directory (mode 0700) if needed; check
   // locked() on the result.
   FileLock lockGroup(const std::string& group) const;
-  // Replaces the group's file with `contents.items` (mode 0600). A file that `contents` found
-  // corrupt is first kept aside as "<file>.corrupt". Returns 0 or an errno value. The caller
+  // Replaces the group's file with `contents` (mode 0600). A file that `contents` found damaged
+  // is first kept aside as "<file>.corrupt" (or "<file>.corrupt-2", ... when taken); one found
+  // unreadable is left alone and nothing is written. Returns 0 or an errno value. The caller
   // holds the group's lock.
   int writeGroup(const std::string& group, const KeychainGroupContents& contents) const;
   // The group's file.

@@ -15,8 +15,11 @@
 // A query without kSecAttrAccessGroup searches every group.
 //
 // Maps are zu::Dictionary, keyed by the kSec* names below; attribute values are property-list
-// values (text must be UTF-8), kSecValueData is Data. A group file that cannot be read as a
-// store counts as empty; the next change keeps it aside as "<group>.keychain.corrupt".
+// values (text must be UTF-8), kSecValueData is Data. A group file that is not a store counts as
+// empty; the next change keeps it aside as "<group>.keychain.corrupt" (or ".corrupt-2", ... when
+// that name is taken) and says so on the console. A group file that cannot be opened or read
+// (permissions) also counts as empty, but is left alone: changes to its group fail with
+// errSecIO. Entries of a group file that the store does not understand are kept through writes.
 // Every call is safe from any thread.
 namespace zu {
 
