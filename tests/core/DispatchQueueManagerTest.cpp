@@ -9,6 +9,7 @@
 #include "tests/support/Probe.h"
 #include "zukit/core/ZuConstants.h"
 #include "zukit/core/ZuDispatchQueueManager.h"
+#include "zukit/core/ZuSerialQueue.h"
 
 namespace {
 

@@ -18,8 +18,3 @@ class ZuDispatchQueueManager : public zu::Object {
   // An empty block is ignored.
   static void dispatchInSerialQueue(void* tag, const zu::dispatch_block_t& block);
 };
-
-// Internal: the private serial queue, created once per process by the first call if its tag is
-// QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD (with that tag as queue-specific key);
-// none if the first call passed another tag.
-zu::dispatch_queue_t getSerialQueue(void* tag);

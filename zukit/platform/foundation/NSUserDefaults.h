@@ -4,10 +4,11 @@
 #include <optional>
 #include <string>
 
-#include "zukit/platform/foundation/PreferenceDomain.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
+
+class PreferenceDomain;
 
 // A preferences store: the app's standard domain (named by the bundle identifier) or a named
 // suite, each an XML property-list file $XDG_CONFIG_HOME/zukit/preferences/<domain>.plist.
@@ -60,7 +61,7 @@ class NSUserDefaults final : public Object {
   bool synchronize();
 
   // The file behind this store.
-  const std::string& path() const { return _domain->path(); }
+  const std::string& path() const;
 
  private:
   std::shared_ptr<PreferenceDomain> _domain;

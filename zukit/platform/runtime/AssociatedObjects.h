@@ -32,13 +32,4 @@ Value objc_getAssociatedObject(ObjectRef object, const void* key);
 // Removes every value associated with `object`.
 void objc_removeAssociatedObjects(ObjectRef object);
 
-// The table behind the functions above (one for the process).
-class AssociationTable {
- public:
-  // Forgets the values of `object`, which is being destroyed.
-  static void objectDestroyed(const Object* object);
-  // Marks `object` as having associations.
-  static void markObject(const Object* object);
-};
-
 }  // namespace zu
