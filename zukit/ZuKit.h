@@ -6,6 +6,7 @@
 // Platform: values, formatting, files, dates, property lists, JSON, preferences
 #include "zukit/platform/foundation/Date.h"
 #include "zukit/platform/foundation/Dictionary.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSBundle.h"

@@ -64,7 +64,8 @@ std::vector<std::string> includedLibraryHeaders(const std::string& header) {
 
 std::vector<HeaderDeclaration> headerDeclarations(const std::string& header) {
   static const std::regex namespaceOpen(R"(^namespace ([\w:]+) \{)");
-  static const std::regex classHead(R"(^(class|struct) ()?(?:ZU_\w+(?:\([^)]*\))? )*(\w+))");
+  static const std::regex classHead(
+      R"(^(class|struct) (ZU_EXPORT )?(?:ZU_\w+(?:\([^)]*\))? )*(\w+))");
   static const std::regex functionName(R"((operator[^\s(]+|\w+) ?\()");
   static const std::regex variableName(R"((\w+)(\[\])? ?(=.*)?;$)");
   std::vector<HeaderDeclaration> declarations;

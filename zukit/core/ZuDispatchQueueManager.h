@@ -1,11 +1,12 @@
 #pragma once
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
 
 // Runs blocks on the main queue or on the library's private serial queue, inline when the
 // caller is already there. A public service for SDKs; nothing in the library calls it.
-class ZuDispatchQueueManager : public zu::Object {
+class ZU_EXPORT ZuDispatchQueueManager : public zu::Object {
  public:
   // Runs `block` on the main queue. Called on the main queue it runs at once, whatever `async`
   // says; otherwise `async` submits and returns at once, and !async waits until it has run.

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSFileHandle.h"
@@ -26,7 +27,7 @@ inline constexpr zu::NSInteger ZuLogLevelData = 10010;
 // to the console as a banner when the console setting lets its level through. Any thread may
 // log: formatting and the console run on the caller's thread, file writes on the serial queue
 // "com.Zu.userlog" in submission order. Nothing is ever reported to the caller.
-class ZuLogger : public zu::Object {
+class ZU_EXPORT ZuLogger : public zu::Object {
  public:
   // The shared logger, made on first use: the log directory is created, old log files pruned
   // and this launch's file opened with its header.
@@ -98,4 +99,4 @@ class ZuLogger : public zu::Object {
 };
 
 // The log queue: a serial queue labelled "com.Zu.userlog", created once per process.
-zu::dispatch_queue_t zu_log_get_dispatch_serial_queue();
+ZU_EXPORT zu::dispatch_queue_t zu_log_get_dispatch_serial_queue();

@@ -6,6 +6,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/CacheLine.h"
 #include "zukit/platform/runtime/Object.h"
 
@@ -15,7 +16,7 @@ class ZuTypedBlock;
 // A callback handed to the swizzler: a closure with a fixed call signature, shared rather than
 // copied, so that it keeps its identity wherever it is stored. Its description is
 // "<ZuBlock: 0x...>".
-class alignas(zu::kCacheLineSize) ZuBlock : public zu::Object {
+class ZU_EXPORT ZuBlock : public zu::Object {
  public:
   // A block that calls `function` with the call signature `Signature` (such as
   // ZuViewAppearanceBlock); nullptr when `function` is an empty std::function.
@@ -50,12 +51,12 @@ class alignas(zu::kCacheLineSize) ZuBlock : public zu::Object {
   explicit ZuBlock(const std::type_info& signature) : _signature(&signature) {}
 
  private:
-  const std::type_info* _signature;
+  alignas(zu::kCacheLineSize) const std::type_info* _signature;
 };
 
 // A block of one call signature; made by ZuBlock::make().
 template <class R, class... Args>
-class ZuTypedBlock<R(Args...)> final : public ZuBlock {
+class ZU_EXPORT ZuTypedBlock<R(Args...)> final : public ZuBlock {
  public:
   explicit ZuTypedBlock(std::function<R(Args...)> function)
       : ZuBlock(typeid(R(Args...))), _function(std::move(function)) {}

@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "zukit/hooks/ZuBlock.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/CacheLine.h"
 
 // The callback map of a hook record: callback name (compared by value) to callback (held
 // strongly, compared by identity). Enumeration follows insertion order; a callback stored under
 // a name already present takes that name's place. Callers must not rely on any order among
 // callbacks.
-class alignas(zu::kCacheLineSize) ZuBlockMap {
+class ZU_EXPORT ZuBlockMap {
  public:
   // One name and its callback.
   using Entry = std::pair<std::string, std::shared_ptr<ZuBlock>>;
@@ -37,5 +38,5 @@ class alignas(zu::kCacheLineSize) ZuBlockMap {
   bool operator==(const ZuBlockMap& other) const;
 
  private:
-  Entries _entries;
+  alignas(zu::kCacheLineSize) Entries _entries;
 };

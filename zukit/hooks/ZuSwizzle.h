@@ -9,6 +9,7 @@
 
 #include "zukit/hooks/ZuBlock.h"
 #include "zukit/hooks/ZuBlockMap.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/runtime/Runtime.h"
 
@@ -19,7 +20,7 @@
 // it. Every field is therefore atomic, and the callback map is published as an immutable
 // snapshot: a change copies the map, swaps the pointer, and keeps the replaced snapshot for the
 // record's lifetime, since a hooked call may still be walking it.
-class alignas(zu::kCacheLineSize) ZuSwizzle : public zu::Object {
+class ZU_EXPORT ZuSwizzle : public zu::Object {
  public:
   // An empty record: no class, selector or saved implementation, no callbacks.
   ZuSwizzle();
@@ -64,7 +65,7 @@ class alignas(zu::kCacheLineSize) ZuSwizzle : public zu::Object {
  private:
   void publish(std::unique_ptr<const ZuBlockMap> map) ZU_REQUIRES(_writeMutex);
 
-  std::atomic<std::uint32_t> _numArgs{0};
+  alignas(zu::kCacheLineSize) std::atomic<std::uint32_t> _numArgs{0};
   std::atomic<zu::Class*> _class{nullptr};
   std::atomic<zu::SEL> _selector{nullptr};
   std::atomic<zu::IMP> _originalMethod{nullptr};

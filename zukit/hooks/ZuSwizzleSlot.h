@@ -4,13 +4,14 @@
 #include <memory>
 
 #include "zukit/hooks/ZuSwizzle.h"
+#include "zukit/platform/foundation/Export.h"
 
 // The process-wide place of one hook point's record: empty until the first install, then
 // holding one record for good (records are replaced, never removed). Hooked calls read it
 // without a lock. A replaced record is released by the slot but not freed, since a hooked call
 // on another thread may still be reading it; records are made only by installs, which belong
 // to start-up, so this keeps a handful of small objects.
-class ZuSwizzleSlot {
+class ZU_EXPORT ZuSwizzleSlot {
  public:
   constexpr ZuSwizzleSlot() = default;
   ZuSwizzleSlot(const ZuSwizzleSlot&) = delete;

@@ -4,6 +4,7 @@
 
 #include "zukit/hooks/ZuBlock.h"
 #include "zukit/hooks/ZuSwizzle.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Runtime.h"
 
@@ -12,7 +13,7 @@
 // the hook point's slot; later installs add callbacks to that record or replace it. Installing
 // and removing are meant for start-up or one thread; hooked calls may run on any thread
 // meanwhile. Failures are logged at level 5 through ZuLogger, never thrown.
-class ZuSwizzler {
+class ZU_EXPORT ZuSwizzler {
  public:
   // True when `method` is one of the entries that `cls` itself defines (not inherited).
   static bool isLocallyDefinedMethod(zu::Method method, zu::Class* cls);

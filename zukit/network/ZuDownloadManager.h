@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLSession.h"
@@ -28,7 +29,7 @@ using ZuVideoDownloadCompletion =
 // Transfers are not shared: two downloads of one uncached URL fetch it twice. An absent URL
 // gives a ZuErrorDomain error with code 1000, "Image url is nil", for images and videos alike.
 // Failures are logged at level 5 after the callback. Callable from any thread.
-class ZuDownloadManager : public zu::Object {
+class ZU_EXPORT ZuDownloadManager : public zu::Object {
  public:
   // The shared manager, made on first use.
   static std::shared_ptr<ZuDownloadManager> sharedManager();

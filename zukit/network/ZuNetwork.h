@@ -8,6 +8,7 @@
 #include <string>
 
 #include "zukit/network/ZuNetworkConfig.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLSession.h"
@@ -35,7 +36,7 @@ using ZuNetworkFailureBlock = std::function<void(const std::shared_ptr<zu::NSErr
 // delivery queue (never the main thread), except for a missing relative URL: then nothing is
 // sent and no callback runs. The configuration and group identifier may be changed at any time;
 // a change applies from the next request.
-class ZuNetwork : public zu::Object {
+class ZU_EXPORT ZuNetwork : public zu::Object {
  public:
   // The shared instance, made on first use with no group identifier and no configuration.
   static std::shared_ptr<ZuNetwork> network();

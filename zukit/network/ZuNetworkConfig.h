@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/Value.h"
 
@@ -10,7 +11,7 @@
 // a scheme and host, optionally a port ("https://api.example.com:8443"); a relative path is put
 // directly after it, with nothing in between. A prefix set to absent, NSNull, empty text or a
 // value that is not text is no prefix. Safe to read and change from any thread.
-class ZuNetworkConfig : public zu::Object {
+class ZU_EXPORT ZuNetworkConfig : public zu::Object {
  public:
   ZuNetworkConfig() = default;
 

@@ -2,11 +2,12 @@
 
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 // Saves one object graph (property-list values and NSNull) to a file in the keyed-archive
 // format and reads it back. Class methods only; safe from any thread.
-class ZuDataArchiver : public zu::Object {
+class ZU_EXPORT ZuDataArchiver : public zu::Object {
  public:
   ZuDataArchiver() = delete;
 

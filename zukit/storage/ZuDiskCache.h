@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NoDestructor.h"
 #include "zukit/platform/foundation/Value.h"
@@ -29,7 +30,7 @@
 // nothing else: lookups, the already-indexed test, direct removals and every write of the
 // preferences go without it. The index itself is an immutable array replaced as a whole, so a
 // walk reads a consistent snapshot whatever runs beside it.
-class ZuDiskCache : public zu::Object {
+class ZU_EXPORT ZuDiskCache : public zu::Object {
  public:
   // The text between a key and its storing second in an entry.
   static constexpr const char* kEntrySeparator = "__#Zu#__";

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/storage/ZuDiskCache.h"
 
@@ -14,7 +15,7 @@
 // cut there when read back, so it is stored but never found. Lookups find
 // the oldest entry of a key. Safe from any thread; callbacks run on the calling thread before
 // the method returns. The age trims and locking are ZuDiskCache's.
-class ZuImageDiskCache final : public ZuDiskCache {
+class ZU_EXPORT ZuImageDiskCache final : public ZuDiskCache {
  public:
   // Called with (bytes stored, key, bytes or none).
   using ContainsBlock =

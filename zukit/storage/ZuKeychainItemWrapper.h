@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 // Keeps one generic-password keychain item in step with an in-memory map. The wrapper loads the
@@ -12,7 +13,7 @@
 // The secret under kSecValueData is any property-list value, stored as XML property-list bytes
 // and handed back decoded. Messages go to the console (NSLog) only. Meant for one thread at a
 // time; two wrappers of one item do not see each other's unsaved state.
-class ZuKeychainItemWrapper : public zu::Object {
+class ZU_EXPORT ZuKeychainItemWrapper : public zu::Object {
  public:
   // A wrapper for the item with generic attribute `identifier`, in `accessGroup` when that is
   // present; loaded from the keychain or filled with defaults. None for an absent identifier.

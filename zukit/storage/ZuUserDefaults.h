@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 // Preference values in a named suite, or in the app's standard preferences when the name is
@@ -11,7 +12,7 @@
 // store: writes do nothing and reads give no value (0 for integers). Keys and values are passed
 // on untested; a value that is not a property list is refused by the store with a console line.
 // Safe from any thread as far as the preferences store is.
-class ZuUserDefaults : public zu::Object {
+class ZU_EXPORT ZuUserDefaults : public zu::Object {
  public:
   // The one shared instance, made with the name of the very first call; later names are
   // ignored. Make a second suite's instance with initWithName().

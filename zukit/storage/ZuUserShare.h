@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 // Small values shared by the programs of one app group: each value is a text file of its own,
@@ -13,7 +14,7 @@
 // Text arguments count as missing when absent, NSNull, empty, or not UTF-8. No lock is taken:
 // any thread may call, and writes replace the file atomically, so readers in any process see
 // the old or the new text whole.
-class ZuUserShare : public zu::Object {
+class ZU_EXPORT ZuUserShare : public zu::Object {
  public:
   // The shared instance.
   static std::shared_ptr<ZuUserShare> share();

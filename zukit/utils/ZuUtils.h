@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "zukit/platform/foundation/Date.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/ui/Geometry.h"
 
 // Stateless helpers for dates, text, base64, device and app identity. Class methods only;
 // callable from any thread. Text arguments take a zu::Value, so that NSNull (as decoded JSON
 // gives it) reaches them; such a text counts as missing, like an absent or empty one.
-class ZuUtils : public zu::Object {
+class ZU_EXPORT ZuUtils : public zu::Object {
  public:
   ZuUtils() = delete;
 

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cstdint>
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 // A point on the monotonic clock in nanoseconds, as dispatch_time() makes it.
@@ -20,9 +22,9 @@ inline constexpr std::uint64_t NSEC_PER_USEC = 1000ULL;
 
 // `when` (DISPATCH_TIME_NOW for the current instant) moved by `delta` nanoseconds; saturates at
 // the ends of the range, and DISPATCH_TIME_FOREVER stays forever.
-dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta);
+ZU_EXPORT dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta);
 
 // The monotonic clock point that a dispatch time stands for (never DISPATCH_TIME_FOREVER).
-std::chrono::steady_clock::time_point dispatchTimePoint(dispatch_time_t when);
+ZU_EXPORT std::chrono::steady_clock::time_point dispatchTimePoint(dispatch_time_t when);
 
 }  // namespace zu

@@ -8,12 +8,13 @@
 #include <string_view>
 #include <type_traits>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
 
 // One argument of a printf-style format, kept by reference for the duration of the call.
-class FormatArg {
+class ZU_EXPORT FormatArg {
  public:
   // What the argument holds.
   enum class Kind : std::uint8_t { Signed, Unsigned, Real, Text, Pointer, Value, Object };
@@ -85,7 +86,7 @@ class FormatArg {
 // "n$" positions) plus "%@", which prints any argument by its description. A missing argument
 // prints as "(null)" for "%@" and "%s" and as 0 for numbers; nothing ever reads past `args`.
 // Widths and precisions above 100000 are cut to 100000.
-std::string formatString(std::string_view format, std::span<const FormatArg> args);
+ZU_EXPORT std::string formatString(std::string_view format, std::span<const FormatArg> args);
 
 // formatString() with the arguments given inline.
 template <class... Args>

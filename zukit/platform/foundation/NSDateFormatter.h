@@ -5,6 +5,7 @@
 #include <string>
 
 #include "zukit/platform/foundation/Date.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSLocale.h"
 #include "zukit/platform/foundation/NSTimeZone.h"
 
@@ -18,7 +19,7 @@ namespace zu {
 // (pattern, locale, time zone), and within one second a pattern whose only sub-second field is
 // "SSS" reuses the rest of the text. Both are invisible in the output, which is always what ICU
 // gives for that pattern, locale and zone.
-class NSDateFormatter final : public Object {
+class ZU_EXPORT NSDateFormatter final : public Object {
  public:
   NSDateFormatter();
 

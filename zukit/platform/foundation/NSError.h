@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
@@ -11,7 +12,7 @@ namespace zu {
 inline constexpr const char* NSLocalizedDescriptionKey = "NSLocalizedDescription";
 
 // An error: a domain, a code and a user-info dictionary.
-class NSError final : public Object {
+class ZU_EXPORT NSError final : public Object {
  public:
   // An error in `domain` with `code` and `userInfo`.
   NSError(std::string domain, NSInteger code, Dictionary userInfo = {});

@@ -5,13 +5,14 @@
 #include <string>
 #include <string_view>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
 
 // An open file descriptor, closed when the handle goes away or on closeFile(). A handle is used
 // from one thread (or one serial queue) at a time.
-class NSFileHandle final : public Object {
+class ZU_EXPORT NSFileHandle final : public Object {
  public:
   // A handle writing an existing file from offset 0; none when the file cannot be opened.
   static std::shared_ptr<NSFileHandle> fileHandleForWritingAtPath(const std::string& path);

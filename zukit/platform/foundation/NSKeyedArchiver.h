@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
 
@@ -17,7 +18,7 @@ inline constexpr NSInteger NSPropertyListWriteStreamError = 3851;
 // as objects with a "$class" entry naming NSDate ("NS.time"), NSArray ("NS.objects"),
 // NSDictionary ("NS.keys", "NS.objects") or NSNull. Equal texts and each class are stored once.
 // Stateless and safe from any thread.
-class NSKeyedArchiver {
+class ZU_EXPORT NSKeyedArchiver {
  public:
   // The archive of the graph rooted at `rootObject` (an absent root archives as nil). None, with
   // an error, for a graph that holds an object, an absent element, text that is not UTF-8, or

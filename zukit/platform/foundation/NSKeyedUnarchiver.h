@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
 
@@ -16,7 +17,7 @@ inline constexpr NSInteger NSCoderReadCorruptError = 4864;
 // that is not a keyed archive, an unknown class, a reference out of range, a reference cycle,
 // nesting deeper than 512 levels, or shared references that would expand to more than 262,144
 // values and more than sixteen per reference in the archive. Stateless and safe from any thread.
-class NSKeyedUnarchiver {
+class ZU_EXPORT NSKeyedUnarchiver {
  public:
   // The root object of the archive; absent for an archive of nil and for unreadable input
   // (then with an error).

@@ -3,12 +3,13 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
 
 namespace zu {
 
 // A locale by its ICU identifier ("en_US", "ar_EG", "zh_Hans_CN").
-class NSLocale final : public Object {
+class ZU_EXPORT NSLocale final : public Object {
  public:
   explicit NSLocale(std::string identifier) : _identifier(std::move(identifier)) {}
 

@@ -3,13 +3,14 @@
 #include <string>
 #include <string_view>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Format.h"
 
 namespace zu {
 
 // Writes one console line to standard error: "yyyy-MM-dd HH:mm:ss.SSS name[pid:tid] message",
 // ending with a line feed. Lines from racing threads never interleave.
-void NSLogv(std::string_view message);
+ZU_EXPORT void NSLogv(std::string_view message);
 
 // Formats with formatString() (so "%@" works) and writes the result with NSLogv().
 template <class... Args>

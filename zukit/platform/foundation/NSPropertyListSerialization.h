@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
@@ -22,7 +23,7 @@ inline constexpr NSInteger NSPropertyListWriteInvalidError = 3851;
 // Property lists in the platform's XML (version 1.0) and binary formats, through libplist.
 // A property list holds text, numbers, booleans, data, dates, arrays and dictionaries; NSNull,
 // absent values and other objects cannot be written.
-class NSPropertyListSerialization {
+class ZU_EXPORT NSPropertyListSerialization {
  public:
   // True when every value in `plist` can be written as a property list.
   static bool propertyListIsValid(const Value& plist);

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/NSURL.h"
 
@@ -22,7 +23,7 @@ inline constexpr NSInteger NSFileWriteInapplicableStringEncodingError = 517;
 
 // Text files: the file-reading and file-writing methods of the platform's string class.
 // Text is UTF-8 in memory; stateless and safe from any thread.
-class NSString {
+class ZU_EXPORT NSString {
  public:
   // Writes `text` in `encoding` (no byte-order mark) to the file URL `url`. Atomically: through
   // a temporary file that then replaces the target, so readers see the old or the new text

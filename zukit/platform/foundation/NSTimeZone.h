@@ -3,12 +3,13 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
 
 namespace zu {
 
 // A time zone by its IANA name ("Europe/Paris", "Asia/Shanghai", "UTC").
-class NSTimeZone final : public Object {
+class ZU_EXPORT NSTimeZone final : public Object {
  public:
   explicit NSTimeZone(std::string name) : _name(std::move(name)) {}
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
@@ -14,7 +15,7 @@ class PreferenceDomain;
 // suite, each an XML property-list file $XDG_CONFIG_HOME/zukit/preferences/<domain>.plist.
 // Stores of one domain share their values within the process; changes reach the file on
 // synchronize(), which also picks up what other processes synchronised. Safe from any thread.
-class NSUserDefaults final : public Object {
+class ZU_EXPORT NSUserDefaults final : public Object {
  public:
   // The app's standard store.
   static std::shared_ptr<NSUserDefaults> standardUserDefaults();

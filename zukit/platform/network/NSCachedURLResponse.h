@@ -2,13 +2,14 @@
 
 #include <memory>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLResponse.h"
 
 namespace zu {
 
 // A response and its body as the URL cache keeps them. Immutable.
-class NSCachedURLResponse final : public Object {
+class ZU_EXPORT NSCachedURLResponse final : public Object {
  public:
   // An entry for `response` with body `data`.
   NSCachedURLResponse(std::shared_ptr<NSURLResponse> response, Data data)

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
 
@@ -40,7 +41,7 @@ inline constexpr NSTimeInterval NSURLRequestDefaultTimeoutInterval = 60;
 
 // An immutable HTTP request: URL, method, header fields, body, cache policy and timeout. A task
 // takes a copy of its request when it is created.
-class NSURLRequest : public Object {
+class ZU_EXPORT NSURLRequest : public Object {
  public:
   // A GET request for `url` (which may be none: a task for it fails with unsupported URL), with
   // the protocol cache policy and the default timeout.

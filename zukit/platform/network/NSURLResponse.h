@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 
 namespace zu {
@@ -13,7 +14,7 @@ inline constexpr std::int64_t NSURLResponseUnknownLength = -1;
 
 // What a server said about a response, independent of the protocol: its URL, media type,
 // expected length and text encoding. Immutable.
-class NSURLResponse : public Object {
+class ZU_EXPORT NSURLResponse : public Object {
  public:
   // A response for `url` with a media type ("" when unknown), expected length (-1 when
   // unknown) and text encoding name ("" when none).

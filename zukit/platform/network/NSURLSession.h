@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "zukit/platform/dispatch/DispatchQueue.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/network/NSURLRequest.h"
 #include "zukit/platform/network/NSURLSessionConfiguration.h"
 #include "zukit/platform/network/NSURLSessionDataTask.h"
@@ -18,7 +19,7 @@ class URLSessionEngine;
 // resume() starts them. Every task completes exactly once. Transport failures arrive as
 // NSURLErrorDomain errors; an HTTP status of any value is a response, never an error.
 // Safe to use from any thread.
-class NSURLSession final : public Object {
+class ZU_EXPORT NSURLSession final : public Object {
  public:
   // The process-wide session with the default configuration.
   static std::shared_ptr<NSURLSession> sharedSession();

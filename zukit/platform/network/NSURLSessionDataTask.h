@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/network/NSURLSessionTask.h"
 
 namespace zu {
@@ -15,7 +16,7 @@ using NSURLSessionDataTaskCompletionHandler =
                        std::shared_ptr<NSError> error)>;
 
 // A task whose body is collected in memory.
-class NSURLSessionDataTask final : public NSURLSessionTask {
+class ZU_EXPORT NSURLSessionDataTask final : public NSURLSessionTask {
  public:
   bool isDownloadTask() const override { return false; }
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/network/NSURLSessionTask.h"
 
@@ -16,7 +17,7 @@ using NSURLSessionDownloadTaskCompletionHandler =
                        std::shared_ptr<NSError> error)>;
 
 // A task whose body is written to a temporary file.
-class NSURLSessionDownloadTask final : public NSURLSessionTask {
+class ZU_EXPORT NSURLSessionDownloadTask final : public NSURLSessionTask {
  public:
   bool isDownloadTask() const override { return true; }
 

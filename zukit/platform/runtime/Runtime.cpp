@@ -10,6 +10,7 @@
 
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NoDestructor.h"
+#include "zukit/platform/runtime/MessageSend.h"
 
 namespace zu {
 

@@ -1,26 +1,28 @@
 #pragma once
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 // The platform's coordinate type: double on 64-bit processors.
 using CGFloat = double;
 
 // A point.
-struct CGPoint {
+struct ZU_EXPORT CGPoint {
   CGFloat x = 0;
   CGFloat y = 0;
   bool operator==(const CGPoint&) const = default;
 };
 
 // A size.
-struct CGSize {
+struct ZU_EXPORT CGSize {
   CGFloat width = 0;
   CGFloat height = 0;
   bool operator==(const CGSize&) const = default;
 };
 
 // A rectangle: an origin and a size.
-struct CGRect {
+struct ZU_EXPORT CGRect {
   CGPoint origin;
   CGSize size;
   bool operator==(const CGRect&) const = default;

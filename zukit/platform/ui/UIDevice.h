@@ -4,13 +4,14 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
 
 namespace zu {
 
 // The device the program runs on. On Linux the system is the distribution named by
 // /etc/os-release (else the kernel), and the device's name is the host name.
-class UIDevice final : public Object {
+class ZU_EXPORT UIDevice final : public Object {
  public:
   // The shared device object.
   static std::shared_ptr<UIDevice> currentDevice();
@@ -33,6 +34,6 @@ class UIDevice final : public Object {
 };
 
 // The value of `key` in an os-release file's text (quotes removed), or empty.
-std::string osReleaseValue(const std::string& text, const std::string& key);
+ZU_EXPORT std::string osReleaseValue(const std::string& text, const std::string& key);
 
 }  // namespace zu

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/ui/Geometry.h"
 #include "zukit/platform/ui/ImageHeader.h"
@@ -11,7 +12,7 @@ namespace zu {
 
 // An image decoded from PNG, JPEG or GIF bytes. The bytes are checked far enough to know they
 // hold an image of that format (see readImageHeader) and kept as they are. Immutable.
-class UIImage final : public Object {
+class ZU_EXPORT UIImage final : public Object {
  public:
   // The image in `data`, at scale 1; none when the bytes are no image of a known format.
   static std::shared_ptr<UIImage> imageWithData(const Data& data);

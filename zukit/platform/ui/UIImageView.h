@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/ui/UIImage.h"
 
@@ -9,7 +10,7 @@ namespace zu {
 
 // A view that shows one image. Its image is UI state: it may be set on the main thread only.
 // Reading it is safe from any thread.
-class UIImageView final : public Object {
+class ZU_EXPORT UIImageView final : public Object {
  public:
   // A view showing nothing.
   UIImageView() = default;

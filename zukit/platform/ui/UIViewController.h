@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/runtime/MessageSend.h"
 #include "zukit/platform/runtime/RuntimeClass.h"
@@ -19,7 +20,7 @@ namespace zu {
 // interception installed on them run as they would on the platform. The class's entries call
 // the C++ virtuals below, which subclasses may override instead. Main thread only, except that
 // appearance messages may be sent from any thread.
-class UIViewController : public Object {
+class ZU_EXPORT UIViewController : public Object {
  public:
   ZU_RUNTIME_CLASS(UIViewController, Object, &UIViewController::addMethods)
 
@@ -76,9 +77,9 @@ class UIViewController : public Object {
 
 // The platform's appearance messages: each sends its selector with `animated` to `controller`
 // through the runtime (nothing for no controller).
-void viewControllerWillAppear(ObjectRef controller, bool animated);
-void viewControllerDidAppear(ObjectRef controller, bool animated);
-void viewControllerWillDisappear(ObjectRef controller, bool animated);
-void viewControllerDidDisappear(ObjectRef controller, bool animated);
+ZU_EXPORT void viewControllerWillAppear(ObjectRef controller, bool animated);
+ZU_EXPORT void viewControllerDidAppear(ObjectRef controller, bool animated);
+ZU_EXPORT void viewControllerWillDisappear(ObjectRef controller, bool animated);
+ZU_EXPORT void viewControllerDidDisappear(ObjectRef controller, bool animated);
 
 }  // namespace zu
