@@ -36,6 +36,7 @@
 #include "zukit/platform/runtime/MessageSend.h"
 #include "zukit/platform/runtime/Method.h"
 #include "zukit/platform/runtime/NSNumber.h"
+#include "zukit/platform/runtime/NSValue.h"
 #include "zukit/platform/runtime/Object.h"
 #include "zukit/platform/runtime/ObjectRef.h"
 #include "zukit/platform/runtime/Runtime.h"

@@ -12,6 +12,7 @@
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSFileHandle.h"
 #include "zukit/platform/foundation/NSFileManager.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Log levels: a message's level and the console setting use the same numbers.
 inline constexpr zu::NSInteger ZuLogLevelDebug = 0;
@@ -29,6 +30,7 @@ inline constexpr zu::NSInteger ZuLogLevelData = 10010;
 // "com.Zu.userlog" in submission order. Nothing is ever reported to the caller.
 class ZU_EXPORT ZuLogger : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuLogger, zu::Object)
   // The shared logger, made on first use: the log directory is created, old log files pruned
   // and this launch's file opened with its header.
   static std::shared_ptr<ZuLogger> getInstance();

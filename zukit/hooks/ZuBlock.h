@@ -9,6 +9,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/CacheLine.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 template <class Signature>
 class ZuTypedBlock;
@@ -18,6 +19,7 @@ class ZuTypedBlock;
 // "<ZuBlock: 0x...>".
 class ZU_EXPORT ZuBlock : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuBlock, zu::Object)
   // A block that calls `function` with the call signature `Signature` (such as
   // ZuViewAppearanceBlock); nullptr when `function` is an empty std::function.
   template <class Signature, class F>

@@ -10,6 +10,7 @@
 #include "zukit/hooks/ZuBlock.h"
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/CacheLine.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // The callback map of a hook record: callback name (compared by value) to callback (held
 // strongly, compared by identity). Enumeration follows insertion order; a callback stored under
@@ -17,6 +18,7 @@
 // callbacks.
 class ZU_EXPORT ZuBlockMap {
  public:
+  ZU_RUNTIME_CLASS_NAME(ZuBlockMap, zu::Object)
   // One name and its callback.
   using Entry = std::pair<std::string, std::shared_ptr<ZuBlock>>;
   // Entries start on a cache line of their own (see CacheLine.h).

@@ -12,6 +12,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/runtime/Runtime.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // One hook record: the class and selector it was installed for, the implementation that was in
 // force before (called first on every hooked call; may be absent) and the callbacks by name.
@@ -22,6 +23,7 @@
 // record's lifetime, since a hooked call may still be walking it.
 class ZU_EXPORT ZuSwizzle : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuSwizzle, zu::Object)
   // An empty record: no class, selector or saved implementation, no callbacks.
   ZuSwizzle();
   // A record for `cls` and `selector` saving `originalMethod`, holding `block` under `name`.

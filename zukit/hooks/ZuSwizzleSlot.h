@@ -5,6 +5,7 @@
 
 #include "zukit/hooks/ZuSwizzle.h"
 #include "zukit/platform/foundation/Export.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // The process-wide place of one hook point's record: empty until the first install, then
 // holding one record for good (records are replaced, never removed). Hooked calls read it
@@ -13,6 +14,7 @@
 // to start-up, so this keeps a handful of small objects.
 class ZU_EXPORT ZuSwizzleSlot {
  public:
+  ZU_RUNTIME_CLASS_NAME(ZuSwizzleSlot, zu::Object)
   constexpr ZuSwizzleSlot() = default;
   ZuSwizzleSlot(const ZuSwizzleSlot&) = delete;
   ZuSwizzleSlot& operator=(const ZuSwizzleSlot&) = delete;

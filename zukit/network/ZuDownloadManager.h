@@ -8,6 +8,7 @@
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLSession.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/UIImage.h"
 
 // Called once per image download with the decoded image (none when the bytes are no image),
@@ -31,6 +32,7 @@ using ZuVideoDownloadCompletion =
 // Failures are logged at level 5 after the callback. Callable from any thread.
 class ZU_EXPORT ZuDownloadManager : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuDownloadManager, zu::Object)
   // The shared manager, made on first use.
   static std::shared_ptr<ZuDownloadManager> sharedManager();
 

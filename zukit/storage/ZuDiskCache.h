@@ -13,6 +13,7 @@
 #include "zukit/platform/foundation/NoDestructor.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // The index, age trims and lock that ZuImageDiskCache and ZuVideoDiskCache share; the two
 // differ only in where the payload of an entry lives.
@@ -32,6 +33,7 @@
 // walk reads a consistent snapshot whatever runs beside it.
 class ZU_EXPORT ZuDiskCache : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuDiskCache, zu::Object)
   // The text between a key and its storing second in an entry.
   static constexpr const char* kEntrySeparator = "__#Zu#__";
   // The age limit of a new cache: three days.

@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/storage/ZuDiskCache.h"
 
 // The disk cache of downloaded images: the bytes live in the standard preferences under the
@@ -17,6 +18,7 @@
 // the method returns. The age trims and locking are ZuDiskCache's.
 class ZU_EXPORT ZuImageDiskCache final : public ZuDiskCache {
  public:
+  ZU_RUNTIME_CLASS(ZuImageDiskCache, ZuDiskCache)
   // Called with (bytes stored, key, bytes or none).
   using ContainsBlock =
       std::function<void(bool contained, const zu::Value& key, const std::optional<zu::Data>&)>;

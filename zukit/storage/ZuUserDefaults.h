@@ -5,6 +5,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Preference values in a named suite, or in the app's standard preferences when the name is
 // unusable (absent, NSNull or empty). Each call opens the store anew and a write is flushed to
@@ -14,6 +15,7 @@
 // Safe from any thread as far as the preferences store is.
 class ZU_EXPORT ZuUserDefaults : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuUserDefaults, zu::Object)
   // The one shared instance, made with the name of the very first call; later names are
   // ignored. Make a second suite's instance with initWithName().
   static std::shared_ptr<ZuUserDefaults> defaultsWithName(const zu::Value& name);

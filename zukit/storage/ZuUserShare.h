@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Small values shared by the programs of one app group: each value is a text file of its own,
 // Library/Caches/Zu_<key>.json in the group's container, holding the value's description ("%@";
@@ -16,6 +17,7 @@
 // the old or the new text whole.
 class ZU_EXPORT ZuUserShare : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuUserShare, zu::Object)
   // The shared instance.
   static std::shared_ptr<ZuUserShare> share();
 

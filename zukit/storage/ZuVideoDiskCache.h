@@ -8,6 +8,7 @@
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/storage/ZuDiskCache.h"
 
 // The disk cache of downloaded videos, indexed under "ZuVideoDiskCacheKeys". Storing moves the
@@ -19,6 +20,7 @@
 // run on the calling thread before the method returns.
 class ZU_EXPORT ZuVideoDiskCache final : public ZuDiskCache {
  public:
+  ZU_RUNTIME_CLASS(ZuVideoDiskCache, ZuDiskCache)
   // Called with (an entry matched, key, the file URL it names or none).
   using ContainsBlock = std::function<void(bool contained, const zu::Value& key,
                                            const std::shared_ptr<zu::NSURL>& path)>;

@@ -8,6 +8,7 @@
 #include "zukit/platform/foundation/Date.h"
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/Geometry.h"
 
 // Stateless helpers for dates, text, base64, device and app identity. Class methods only;
@@ -15,6 +16,7 @@
 // gives it) reaches them; such a text counts as missing, like an absent or empty one.
 class ZU_EXPORT ZuUtils : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuUtils, zu::Object)
   ZuUtils() = delete;
 
   // --- Dates (ZuUtils+Date.cpp) ---

@@ -5,6 +5,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -15,6 +16,7 @@ namespace zu {
 // CFBundleVersion "1".
 class ZU_EXPORT NSBundle final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSBundle, Object)
   // The running program's bundle, read once.
   static std::shared_ptr<NSBundle> mainBundle();
 

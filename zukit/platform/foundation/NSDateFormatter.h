@@ -8,6 +8,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSLocale.h"
 #include "zukit/platform/foundation/NSTimeZone.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -21,6 +22,7 @@ namespace zu {
 // gives for that pattern, locale and zone.
 class ZU_EXPORT NSDateFormatter final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSDateFormatter, Object)
   NSDateFormatter();
 
   // The pattern.

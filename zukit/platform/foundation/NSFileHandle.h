@@ -7,6 +7,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -14,6 +15,7 @@ namespace zu {
 // from one thread (or one serial queue) at a time.
 class ZU_EXPORT NSFileHandle final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSFileHandle, Object)
   // A handle writing an existing file from offset 0; none when the file cannot be opened.
   static std::shared_ptr<NSFileHandle> fileHandleForWritingAtPath(const std::string& path);
   // A handle reading a file from offset 0; none when the file cannot be opened.

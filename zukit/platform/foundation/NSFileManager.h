@@ -9,6 +9,7 @@
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -26,6 +27,7 @@ using NSErrorOut = std::shared_ptr<NSError>*;
 // File-system operations on std::filesystem and POSIX calls. Stateless and safe from any thread.
 class ZU_EXPORT NSFileManager final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSFileManager, Object)
   // The shared file manager.
   static std::shared_ptr<NSFileManager> defaultManager();
 

@@ -5,6 +5,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -28,6 +29,7 @@ enum NSJSONReadingOptions : unsigned long {
 // the document's key order (nlohmann-json does the parsing).
 class ZU_EXPORT NSJSONSerialization {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSJSONSerialization, Object)
   // True when `object` can be written: an array or dictionary (at any depth) of text, finite
   // numbers, booleans, NSNull, arrays and dictionaries.
   static bool isValidJSONObject(const Value& object);

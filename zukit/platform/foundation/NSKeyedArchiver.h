@@ -6,6 +6,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -20,6 +21,7 @@ inline constexpr NSInteger NSPropertyListWriteStreamError = 3851;
 // Stateless and safe from any thread.
 class ZU_EXPORT NSKeyedArchiver {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSKeyedArchiver, Object)
   // The archive of the graph rooted at `rootObject` (an absent root archives as nil). None, with
   // an error, for a graph that holds an object, an absent element, text that is not UTF-8, or
   // nesting deeper than 512 levels.

@@ -5,6 +5,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -19,6 +20,7 @@ inline constexpr NSInteger NSCoderReadCorruptError = 4864;
 // values and more than sixteen per reference in the archive. Stateless and safe from any thread.
 class ZU_EXPORT NSKeyedUnarchiver {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSKeyedUnarchiver, Object)
   // The root object of the archive; absent for an archive of nil and for unreadable input
   // (then with an error).
   static Value unarchiveObjectWithData(const Data& data, NSErrorOut error = nullptr);

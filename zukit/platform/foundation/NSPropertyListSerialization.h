@@ -6,6 +6,7 @@
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -25,6 +26,7 @@ inline constexpr NSInteger NSPropertyListWriteInvalidError = 3851;
 // absent values and other objects cannot be written.
 class ZU_EXPORT NSPropertyListSerialization {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSPropertyListSerialization, Object)
   // True when every value in `plist` can be written as a property list.
   static bool propertyListIsValid(const Value& plist);
   // The serialised bytes, or none with an error for a value that is not a property list or a

@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -14,6 +15,7 @@ namespace zu {
 // non-ASCII, quotes, angle brackets, braces, "|", "\", "^", "`", stray "%", a second "#").
 class ZU_EXPORT NSURL final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURL, Object)
   // The URL for `text`; none when the text is not valid text or not a well-formed URL.
   static std::shared_ptr<NSURL> URLWithString(const Value& text);
   // A "file://" URL for the path, percent-escaping what a path may not hold; a relative path is

@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -17,6 +18,7 @@ class PreferenceDomain;
 // synchronize(), which also picks up what other processes synchronised. Safe from any thread.
 class ZU_EXPORT NSUserDefaults final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSUserDefaults, Object)
   // The app's standard store.
   static std::shared_ptr<NSUserDefaults> standardUserDefaults();
   // The store of the suite `suiteName`; an absent, NSNull or empty name gives the standard

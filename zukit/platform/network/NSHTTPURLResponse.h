@@ -7,6 +7,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLResponse.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -14,6 +15,7 @@ namespace zu {
 // type, expected length and text encoding come from Content-Type and Content-Length.
 class ZU_EXPORT NSHTTPURLResponse final : public NSURLResponse {
  public:
+  ZU_RUNTIME_CLASS(NSHTTPURLResponse, NSURLResponse)
   // A response for `url`; header values that are not text are dropped.
   NSHTTPURLResponse(std::shared_ptr<NSURL> url, NSInteger statusCode, std::string HTTPVersion,
                     const Dictionary& headerFields);

@@ -10,6 +10,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/network/NSCachedURLResponse.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -23,6 +24,7 @@ class NSHTTPURLResponse;
 // less any Age; otherwise (or with "no-cache") it is kept but stale. Safe from any thread.
 class ZU_EXPORT NSURLCache final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLCache, Object)
   // The process-wide cache that default configurations use: 4 MiB.
   static std::shared_ptr<NSURLCache> sharedURLCache();
   // A cache holding up to `memoryCapacity` bytes of bodies and header fields.

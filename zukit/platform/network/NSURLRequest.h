@@ -7,6 +7,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -43,6 +44,7 @@ inline constexpr NSTimeInterval NSURLRequestDefaultTimeoutInterval = 60;
 // takes a copy of its request when it is created.
 class ZU_EXPORT NSURLRequest : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLRequest, Object)
   // A GET request for `url` (which may be none: a task for it fails with unsupported URL), with
   // the protocol cache policy and the default timeout.
   static std::shared_ptr<NSURLRequest> requestWithURL(std::shared_ptr<NSURL> url);

@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -16,6 +17,7 @@ inline constexpr std::int64_t NSURLResponseUnknownLength = -1;
 // expected length and text encoding. Immutable.
 class ZU_EXPORT NSURLResponse : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLResponse, Object)
   // A response for `url` with a media type ("" when unknown), expected length (-1 when
   // unknown) and text encoding name ("" when none).
   NSURLResponse(std::shared_ptr<NSURL> url, std::string MIMEType,

@@ -8,6 +8,7 @@
 #include "zukit/platform/network/NSURLSessionConfiguration.h"
 #include "zukit/platform/network/NSURLSessionDataTask.h"
 #include "zukit/platform/network/NSURLSessionDownloadTask.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -21,6 +22,7 @@ class URLSessionEngine;
 // Safe to use from any thread.
 class ZU_EXPORT NSURLSession final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLSession, Object)
   // The process-wide session with the default configuration.
   static std::shared_ptr<NSURLSession> sharedSession();
   // A session with a copy of `configuration` (none: the default configuration).

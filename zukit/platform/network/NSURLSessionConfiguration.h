@@ -6,6 +6,7 @@
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLCache.h"
 #include "zukit/platform/network/NSURLRequest.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -13,6 +14,7 @@ namespace zu {
 // do not reach a session already made. Not safe to change from several threads at once.
 class ZU_EXPORT NSURLSessionConfiguration final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionConfiguration, Object)
   // Defaults: cellular access allowed, 60-second request timeout, 7-day resource timeout, the
   // protocol cache policy, the shared URL cache, 6 connections per host, no extra headers.
   static std::shared_ptr<NSURLSessionConfiguration> defaultSessionConfiguration();

@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/network/NSURLSessionTask.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -18,6 +19,7 @@ using NSURLSessionDataTaskCompletionHandler =
 // A task whose body is collected in memory.
 class ZU_EXPORT NSURLSessionDataTask final : public NSURLSessionTask {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionDataTask, NSURLSessionTask)
   bool isDownloadTask() const override { return false; }
 
   // Made by NSURLSession only.

@@ -6,6 +6,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/network/NSURLSessionTask.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -19,6 +20,7 @@ using NSURLSessionDownloadTaskCompletionHandler =
 // A task whose body is written to a temporary file.
 class ZU_EXPORT NSURLSessionDownloadTask final : public NSURLSessionTask {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionDownloadTask, NSURLSessionTask)
   bool isDownloadTask() const override { return true; }
 
   // Made by NSURLSession only.

@@ -11,6 +11,7 @@
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/network/NSURLRequest.h"
 #include "zukit/platform/network/NSURLResponse.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -39,6 +40,7 @@ struct ZU_EXPORT URLSessionTaskOutcome {
 // out or is cancelled. Safe to use from any thread.
 class ZU_EXPORT NSURLSessionTask : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionTask, Object)
   ~NSURLSessionTask() override;
 
   // The task's number, unique within its session.

@@ -74,6 +74,10 @@ inline Class* object_getClass(ObjectRef object) {
 ZU_EXPORT std::string object_getClassName(ObjectRef object);
 // True when `object`'s runtime class is `cls` or inherits from it.
 ZU_EXPORT bool isKindOfClass(ObjectRef object, const Class* cls);
+// The class of what `value` holds: an object's runtime class; for the other kinds the platform
+// class the value stands for: NSString (text), NSNumber (booleans and numbers), NSData, NSDate,
+// NSArray, NSDictionary, NSNull. nullptr for an absent value.
+ZU_EXPORT Class* value_getClass(const Value& value);
 // True when `object` answers `selector`.
 ZU_EXPORT bool respondsToSelector(ObjectRef object, SEL selector);
 

@@ -17,13 +17,17 @@
 namespace zu {
 
 // Registers a class named `name` under `superclass` (nullptr: a root class) and returns it; if
-// a class of that name exists already, returns the existing one unchanged. Safe from any thread.
+// a class of that name exists already, returns the existing one (its superclass unchanged).
+// Safe from any thread.
 ZU_EXPORT Class* objc_registerClass(std::string_view name, Class* superclass);
-// As above; when the class is new, `setup` runs once with it (to add its methods) before it is
-// returned. Another thread looking the name up meanwhile may see the class before setup ends.
+// As above; `setup` runs with the class (to add its methods) before it is returned, unless a
+// setup has already run for it: a class first registered by name alone gets its methods when
+// its C++ class registers it. Another thread looking the name up meanwhile may see the class
+// before setup ends.
 ZU_EXPORT Class* objc_registerClass(std::string_view name, Class* superclass,
                                     void (*setup)(Class*));
-// The class named `name`, or nullptr.
+// The class named `name`, or nullptr. Every class the library defines or stands in for is
+// known from the first call on, with its superclass chain.
 ZU_EXPORT Class* objc_getClass(std::string_view name);
 // The class named by valid text `name`, or nullptr (absent, NSNull, empty or unknown).
 ZU_EXPORT Class* NSClassFromString(const Value& name);

@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -13,6 +14,7 @@ namespace zu {
 // /etc/os-release (else the kernel), and the device's name is the host name.
 class ZU_EXPORT UIDevice final : public Object {
  public:
+  ZU_RUNTIME_CLASS(UIDevice, Object)
   // The shared device object.
   static std::shared_ptr<UIDevice> currentDevice();
 

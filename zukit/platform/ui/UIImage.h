@@ -5,6 +5,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/Geometry.h"
 #include "zukit/platform/ui/ImageHeader.h"
 
@@ -14,6 +15,7 @@ namespace zu {
 // hold an image of that format (see readImageHeader) and kept as they are. Immutable.
 class ZU_EXPORT UIImage final : public Object {
  public:
+  ZU_RUNTIME_CLASS(UIImage, Object)
   // The image in `data`, at scale 1; none when the bytes are no image of a known format.
   static std::shared_ptr<UIImage> imageWithData(const Data& data);
   // The image in `data` at `scale` pixels per point; none for non-images or a scale that is not

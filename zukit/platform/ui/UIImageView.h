@@ -4,6 +4,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/UIImage.h"
 
 namespace zu {
@@ -12,6 +13,7 @@ namespace zu {
 // Reading it is safe from any thread.
 class ZU_EXPORT UIImageView final : public Object {
  public:
+  ZU_RUNTIME_CLASS(UIImageView, Object)
   // A view showing nothing.
   UIImageView() = default;
   // A view showing `image`.
