@@ -91,6 +91,8 @@ std::vector<HeaderDeclaration> headerDeclarations(const std::string& header) {
         namespaces.pop_back();
       continue;
     }
+    // A template's head, with its constraints, covers the declaration that follows it.
+    if (startsWith(line, "requires") && startsWith(previous, "template")) line = previous;
     if (line.empty() || line[0] == ' ' || startsWith(previous, "template")) continue;
     static const std::vector<std::string_view> skipped{"#",
                                                        "//",

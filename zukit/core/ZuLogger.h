@@ -38,16 +38,24 @@ class ZU_EXPORT ZuLogger : public zu::Object {
   static void configLogLevel(zu::NSInteger logLevel);
   // Logs one message built from `format` ("%@"-aware) and `args`: to the console when the
   // setting lets `level` through, to the file always. `function` is the caller's printed name,
-  // such as "+[ZuSwizzler swizzleSelector:onClass:withBlock:named:]".
+  // "-[Class method]" or "+[Class method]", such as
+  // "+[ZuSwizzler swizzleSelector:onClass:withBlock:named:]"; a level-5 banner prints it
+  // without its first character ("[ZuSwizzler swizzleSelector:onClass:withBlock:named:]").
+  // Besides numbers, texts, Values and objects, "%@" takes every value the library's methods
+  // return: dates, dictionaries, arrays, bytes, lists of texts, classes and optional values
+  // (an absent one prints "(null)"); see zu::formatArgument().
   template <class... Args>
   static void log(zu::NSInteger level, const char* function, std::string_view format,
                   const Args&... args) {
-    const std::array<zu::FormatArg, sizeof...(Args)> list{zu::FormatArg(args)...};
-    logv(level, function, format, list);
+    logv(level, function, format,
+         std::array<zu::FormatArg, sizeof...(Args)>{zu::FormatArg(zu::formatArgument(args))...});
   }
   // log() with the arguments as a list.
   static void logv(zu::NSInteger level, const char* function, std::string_view format,
                    std::span<const zu::FormatArg> args);
+  // Logs `message` as it stands, for a host's own logging function that has formatted it
+  // already (no "%" in it is read as a conversion); otherwise as log().
+  static void logMessage(zu::NSInteger level, const char* function, std::string_view message);
 
   // Removes the first of the ".log" entries found by a deep walk of `directoryPath` when there
   // are three or more of them; at most one per call.

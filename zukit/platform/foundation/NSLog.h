@@ -12,7 +12,8 @@ namespace zu {
 // ending with a line feed. Lines from racing threads never interleave.
 ZU_EXPORT void NSLogv(std::string_view message);
 
-// Formats with formatString() (so "%@" works) and writes the result with NSLogv().
+// Formats with format() (so "%@" works, for every value formatArgument() takes) and writes the
+// result with NSLogv().
 template <class... Args>
 void NSLog(std::string_view formatText, const Args&... args) {
   NSLogv(format(formatText, args...));
