@@ -23,6 +23,14 @@ class ZU_EXPORT ZuBlockMap {
   using Entry = std::pair<std::string, std::shared_ptr<ZuBlock>>;
   // Entries start on a cache line of their own (see CacheLine.h).
   using Entries = std::vector<Entry, zu::CacheLineAllocator<Entry>>;
+  // What a hooked call needs of one callback, copied out of the block so that it walks one
+  // array: the block, its call signature and its entry point (ZuBlock::entry()).
+  struct Call {
+    const ZuBlock* block;
+    const std::type_info* signature;
+    void (*entry)();
+  };
+  using Calls = std::vector<Call, zu::CacheLineAllocator<Call>>;
 
   // The callback under `name`, or nullptr.
   std::shared_ptr<ZuBlock> objectForKey(std::string_view name) const;
@@ -35,10 +43,16 @@ class ZU_EXPORT ZuBlockMap {
 
   Entries::const_iterator begin() const { return _entries.begin(); }
   Entries::const_iterator end() const { return _entries.end(); }
+  // The callbacks as hooked calls run them, in the entries' order (calls()[i] is entry i).
+  const Calls& calls() const { return _calls; }
 
   // Same names with the identical callbacks, in any order.
   bool operator==(const ZuBlockMap& other) const;
 
  private:
+  // Rebuilds _calls from _entries.
+  void entriesChanged();
+
   alignas(zu::kCacheLineSize) Entries _entries;
+  Calls _calls;
 };

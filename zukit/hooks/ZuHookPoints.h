@@ -17,8 +17,13 @@
 //   "mailComposeController:didFinishWithResult:error:"   void (*)(Object*, SEL, const Value&,
 //                                                                 NSInteger, const Value&)
 //
-// A hooked method must have exactly that type; the runtime refuses to install the replacement
-// on an inherited method of another type, and refuses calls made with other types.
+// A hooked method must have exactly that type: the swizzler leaves a method of another type as
+// it was, and the runtime refuses calls made with other types.
+//
+// A hooked call keeps the receiver and the arguments alive as every send does: the sender
+// holds them until the send returns (the system's appearance messages and the mail
+// composer's report hold their receivers; a host sending directly holds its own). A replaced
+// record or callback stays alive until the hooked calls that may be running it end.
 
 // The callbacks, by hook point (make them with ZuBlock::make<Signature>(closure)). The receiver
 // and the arguments are the caller's, alive for the duration of the call.

@@ -5,7 +5,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "zukit/hooks/ZuBlock.h"
 #include "zukit/hooks/ZuBlockMap.h"
@@ -19,8 +18,9 @@
 //
 // Hooked calls on any thread read the record without a lock while an install may be changing
 // it. Every field is therefore atomic, and the callback map is published as an immutable
-// snapshot: a change copies the map, swaps the pointer, and keeps the replaced snapshot for the
-// record's lifetime, since a hooked call may still be walking it.
+// snapshot: a change copies the map, swaps the pointer, and retires the replaced snapshot
+// (ZuHookReclaimer), which frees it, and the callbacks only it still holds, once no hooked call
+// that may be walking it is running.
 class ZU_EXPORT ZuSwizzle : public zu::Object {
  public:
   ZU_RUNTIME_CLASS(ZuSwizzle, zu::Object)
@@ -52,7 +52,7 @@ class ZU_EXPORT ZuSwizzle : public zu::Object {
     _originalMethod.store(originalMethod, std::memory_order_release);
   }
   // A copy of the callback map.
-  ZuBlockMap blocks() const { return blocksSnapshot(); }
+  ZuBlockMap blocks() const;
   // Replaces the callback map with a copy of `blocks`.
   void setBlocks(const ZuBlockMap& blocks);
 
@@ -60,12 +60,16 @@ class ZU_EXPORT ZuSwizzle : public zu::Object {
   void setBlock(std::shared_ptr<ZuBlock> block, const std::string& name);
   // Removes the callback under `name`; nothing happens when there is none.
   void removeBlock(std::string_view name);
-  // The current callback map, without copying; it stays valid for the record's lifetime even
-  // when the record changes meanwhile. For hooked calls.
+  // The current callback map, without copying. For hooked calls: it stays valid until the
+  // hooked call that read it ends (see ZuHookReadSection), even when the record changes
+  // meanwhile.
   const ZuBlockMap& blocksSnapshot() const { return *_blocks.load(std::memory_order_acquire); }
 
  private:
-  void publish(std::unique_ptr<const ZuBlockMap> map) ZU_REQUIRES(_writeMutex);
+  // Makes `map` the current map; returns the replaced one, which the caller retires once the
+  // write lock is released.
+  std::unique_ptr<const ZuBlockMap> publish(std::unique_ptr<const ZuBlockMap> map)
+      ZU_REQUIRES(_writeMutex);
 
   alignas(zu::kCacheLineSize) std::atomic<std::uint32_t> _numArgs{0};
   std::atomic<zu::Class*> _class{nullptr};
@@ -74,6 +78,6 @@ class ZU_EXPORT ZuSwizzle : public zu::Object {
   std::atomic<const ZuBlockMap*> _blocks{nullptr};
   // Serialises changes to the callback map (hooked calls never take it).
   zu::Mutex _writeMutex;
-  // Every snapshot published so far, the current one last.
-  std::vector<std::unique_ptr<const ZuBlockMap>> _snapshots ZU_GUARDED_BY(_writeMutex);
+  // The current snapshot's owner.
+  std::unique_ptr<const ZuBlockMap> _current ZU_GUARDED_BY(_writeMutex);
 };

@@ -16,8 +16,9 @@ using MailComposeDidFinishFunction = void (*)(Object* self, SEL selector, const 
 ZU_EXPORT SEL mailComposeControllerDidFinishSelector();
 
 // Tells `delegate` how the composer `controller` ended, as the platform does when the user
-// leaves it: sends the selector through the runtime when the delegate answers it, and does
-// nothing otherwise (or for no delegate).
+// leaves it: sends the selector through the runtime when the delegate answers it, holding the
+// delegate (when a shared pointer owns it) until the message returns, and does nothing
+// otherwise (or for no delegate).
 ZU_EXPORT void mailComposeControllerDidFinish(ObjectRef delegate, const Value& controller,
                                               NSInteger result, const Value& error);
 
