@@ -1,8 +1,12 @@
 // The public interface of libzukit.so: which headers are public, what they mark for export, and
 // what the shared library really exports.
 
+#include <cxxabi.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -29,6 +33,15 @@ std::string joinedLines(const std::vector<std::string>& lines) {
 // variable with its namespaces ("zu::Value", "zu::dispatch_async", "ZuKitVersionNumber"), or
 // "std" for the standard library's own templates.
 std::string ownerOf(std::string symbol) {
+  // AddressSanitizer's marker for an exported variable belongs to the variable.
+  static const std::string odrMarker = "__odr_asan.";
+  if (symbol.compare(0, odrMarker.size(), odrMarker) == 0) {
+    symbol = symbol.substr(odrMarker.size());
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> demangled(
+        abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), &std::free);
+    if (status == 0 && demangled) symbol = demangled.get();
+  }
   static const std::vector<std::string> prefixes{"typeinfo name for ",
                                                  "typeinfo for ",
                                                  "vtable for ",
@@ -170,6 +183,8 @@ TEST(PublicInterfaceTest, OwnersOfSymbolsAreFoundThroughTheirNames) {
   EXPECT_EQ(ownerOf("std::vector<zu::Value, std::allocator<zu::Value> >::~vector()"), "std");
   EXPECT_EQ(ownerOf("ZuKitVersionNumber"), "ZuKitVersionNumber");
   EXPECT_EQ(ownerOf("getSerialQueue(void*)"), "getSerialQueue");
+  EXPECT_EQ(ownerOf("__odr_asan._ZN2zu6detail16methodTableEpochE"), "zu::detail::methodTableEpoch");
+  EXPECT_EQ(ownerOf("__odr_asan.ZuKitVersionNumber"), "ZuKitVersionNumber");
   EXPECT_EQ(ownerOf("typeinfo for void (*)(zu::Object*, zu::objc_selector const*, bool)"),
             "(function type)");
 }
