@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -9,6 +10,7 @@
 #include "zukit/hooks/ZuHookPoints.h"
 #include "zukit/hooks/ZuSwizzler.h"
 #include "zukit/platform/runtime/MessageSend.h"
+#include "zukit/platform/runtime/NSNumber.h"
 #include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace {
@@ -46,6 +48,14 @@ class BenchHookedScreen : public BenchScreenBase {
 
 std::uint64_t callbackRuns = 0;
 
+// What every callback does: count its runs.
+std::shared_ptr<ZuBlock> countingCallback() {
+  return ZuBlock::make<ZuViewAppearanceBlock>([](zu::Object*, zu::SEL, const zu::Value& animated) {
+    benchmark::DoNotOptimize(&animated);
+    ++callbackRuns;
+  });
+}
+
 // Hooks the screen's "viewDidAppear:" and leaves exactly `count` callbacks on its record.
 void hookWithCallbacks(int count) {
   const zu::SEL selector = zu::sel_registerName("viewDidAppear:");
@@ -53,13 +63,8 @@ void hookWithCallbacks(int count) {
     const std::string name = "callback" + std::to_string(i);
     // The first install replaces the method; with no callback wanted it is removed again.
     if (i < count || UIViewControllerViewDidAppearSwizzle.get() == nullptr) {
-      ZuSwizzler::swizzleSelector(
-          selector, BenchHookedScreen::staticClass(),
-          ZuBlock::make<ZuViewAppearanceBlock>([](zu::Object*, zu::SEL, const zu::Value& animated) {
-            benchmark::DoNotOptimize(&animated);
-            ++callbackRuns;
-          }),
-          name);
+      ZuSwizzler::swizzleSelector(selector, BenchHookedScreen::staticClass(), countingCallback(),
+                                  name);
     }
     if (i >= count) ZuSwizzler::unswizzleSelector(selector, nullptr, name);
   }
@@ -91,6 +96,25 @@ void BM_RuntimeSend(benchmark::State& state) {
 }
 BENCHMARK(BM_RuntimeSend)->Repetitions(5)->ReportAggregatesOnly(true);
 
+// The raw work a hooked send wraps: the same unhooked runtime send, then the same callbacks
+// called directly, as a host would call them by hand.
+void BM_SendThenCallbacks(benchmark::State& state) {
+  std::vector<std::shared_ptr<ZuBlock>> callbacks;
+  callbacks.reserve(static_cast<std::size_t>(state.range(0)));
+  for (int i = 0; i < state.range(0); ++i)
+    callbacks.push_back(countingCallback());
+  const auto screen = std::make_shared<BenchPlainScreen>();
+  const zu::SEL selector = zu::sel_registerName("viewDidAppear:");
+  const zu::Value& boxed = zu::NSNumber::boxedBool(true);
+  for (auto _ : state) {
+    zu::objc_msgSend<void, bool>(screen, selector, true);
+    for (const auto& callback : callbacks)
+      callback->invoke<ZuViewAppearanceBlock>(screen.get(), selector, boxed);
+  }
+  benchmark::DoNotOptimize(screen->calls);
+}
+BENCHMARK(BM_SendThenCallbacks)->Arg(0)->Arg(1)->Arg(4)->Repetitions(5)->ReportAggregatesOnly(true);
+
 void BM_VirtualCall(benchmark::State& state) {
   const auto screen = std::make_shared<BenchPlainScreen>();
   BenchScreenBase* base = screen.get();
@@ -104,9 +128,14 @@ void BM_VirtualCall(benchmark::State& state) {
 BENCHMARK(BM_VirtualCall)->Repetitions(5)->ReportAggregatesOnly(true);
 
 using zukit::bench::RatioRegistration;
-const RatioRegistration kHooked0("BM_HookedSend/0/repeats:5", "BM_RuntimeSend/repeats:5");
+const RatioRegistration kHooked0("BM_HookedSend/0/repeats:5", "BM_RuntimeSend/repeats:5", 3.0);
 const RatioRegistration kHooked1("BM_HookedSend/1/repeats:5", "BM_RuntimeSend/repeats:5", 3.0);
-const RatioRegistration kHooked4("BM_HookedSend/4/repeats:5", "BM_RuntimeSend/repeats:5");
+const RatioRegistration kHooked4("BM_HookedSend/4/repeats:5", "BM_RuntimeSend/repeats:5", 3.0);
+// What the hook machinery adds to the work it wraps.
+const RatioRegistration kMachinery0("BM_HookedSend/0/repeats:5",
+                                    "BM_SendThenCallbacks/0/repeats:5");
+const RatioRegistration kMachinery4("BM_HookedSend/4/repeats:5",
+                                    "BM_SendThenCallbacks/4/repeats:5");
 const RatioRegistration kSend("BM_RuntimeSend/repeats:5", "BM_VirtualCall/repeats:5", 3.0);
 
 }  // namespace

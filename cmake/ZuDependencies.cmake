@@ -22,7 +22,10 @@ endif()
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(zukit_asio INTERFACE)
 target_include_directories(zukit_asio SYSTEM INTERFACE ${ASIO_INCLUDE_DIR})
-target_compile_definitions(zukit_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+# ASIO_DISABLE_VISIBILITY: Asio would otherwise mark its own classes for export, and libzukit.so
+# would export the Asio internals it instantiates.
+target_compile_definitions(zukit_asio INTERFACE
+  ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_VISIBILITY)
 
 if(ZUKIT_BUILD_TESTS)
   find_package(GTest REQUIRED)

@@ -11,7 +11,7 @@
 
 #include "apps/zukit-demo/DemoSection.h"
 #include "zukit/platform/dispatch/RunLoop.h"
-#include "zukit/platform/foundation/Environment.h"
+#include "zukit/platform/foundation/NSSearchPath.h"
 
 namespace zukit::demo {
 
@@ -102,7 +102,7 @@ int main(int argc, char** argv) {
            1);                                                   // NOLINT(concurrency-mt-unsafe)
     setenv("XDG_CACHE_HOME", (sandbox + "/.cache").c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
   }
-  zukit::demo::DemoContext context{realHome ? zu::homeDirectory() : sandbox};
+  zukit::demo::DemoContext context{realHome ? zu::NSHomeDirectory() : sandbox};
   zukit::demo::say("ZuKit demo: a headless tour of the library");
   zukit::demo::say("home: " + context.sandbox);
   for (const auto& [order, section] : zukit::demo::sections()) {

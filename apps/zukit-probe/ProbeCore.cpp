@@ -9,6 +9,7 @@
 #include "zukit/core/ZuConstants.h"
 #include "zukit/core/ZuDispatchQueueManager.h"
 #include "zukit/core/ZuLogger.h"
+#include "zukit/core/ZuSerialQueue.h"
 
 namespace zukit::probe {
 

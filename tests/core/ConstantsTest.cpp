@@ -25,15 +25,25 @@ TEST(ExportedConstants, HoldTheirExactValues) {
 
 TEST(ExportedConstants, AreExportedUnderTheirPlainNames) {
   // SDKs find these by their unmangled names in the shared library.
+  void* library = dlopen(ZUKIT_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(library, nullptr) << dlerror();
   for (const char* name : {"ZuKitVersionNumber", "ZuKitVersionString",
                            "QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD",
-                           "QUEUE_NAME_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD"}) {
-    EXPECT_NE(dlsym(RTLD_DEFAULT, name), nullptr) << name;
+                           "QUEUE_NAME_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD", "ZuErrorDomain",
+                           "ZuNetworkDidChangeNotification", "ZuDefaultLogDirectoryName"}) {
+    EXPECT_NE(dlsym(library, name), nullptr) << name;
   }
-  EXPECT_EQ(dlsym(RTLD_DEFAULT, "ZuKitVersionString"),
-            static_cast<const void*>(ZuKitVersionString));
-  EXPECT_EQ(dlsym(RTLD_DEFAULT, "QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD"),
-            static_cast<void*>(&QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD));
+  const auto* version = static_cast<const double*>(dlsym(library, "ZuKitVersionNumber"));
+  ASSERT_NE(version, nullptr);
+  EXPECT_EQ(*version, 1.0);
+  const auto* text = static_cast<const char*>(dlsym(library, "ZuKitVersionString"));
+  ASSERT_NE(text, nullptr);
+  EXPECT_STREQ(text, "@(#)PROGRAM:ZuKit  PROJECT:ZuSDK-1\n");
+  auto* const* tag = static_cast<void* const*>(
+      dlsym(library, "QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD"));
+  ASSERT_NE(tag, nullptr);
+  EXPECT_EQ(*tag, static_cast<const void*>(tag));
+  dlclose(library);
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 #include "tests/support/Probe.h"
 #include "zukit/core/ZuConstants.h"
 #include "zukit/core/ZuDispatchQueueManager.h"
+#include "zukit/core/ZuSerialQueue.h"
+#include "zukit/platform/dispatch/RunLoop.h"
 
 namespace {
 
@@ -35,6 +37,34 @@ TEST(DispatchInMainThread, RunsInlineOnTheMainQueueWhateverAsyncSays) {
   });
   ASSERT_TRUE(pumpMainUntil([&order] { return order.size() == 3; }));
   EXPECT_EQ(order, (std::vector<std::string>{"outer", "inner", "after"}));
+}
+
+TEST(DispatchInMainThread, BlocksFromBackgroundThreadsRunOnTheMainThread) {
+  const std::thread::id mainThread = std::this_thread::get_id();
+  std::atomic<int> ran{0};
+  std::atomic<int> ranOnMain{0};
+  const auto block = [&] {
+    if (zu::RunLoop::isMainThread() && std::this_thread::get_id() == mainThread) ++ranOnMain;
+    ++ran;
+  };
+  std::atomic<bool> submitted{false};
+  std::thread background([&] {
+    ZuDispatchQueueManager::dispatchInMainThread(block, true);
+    ZuDispatchQueueManager::dispatchInMainThread(block, false);
+    submitted = true;
+  });
+  ASSERT_TRUE(pumpMainUntil([&] { return submitted.load(); }));
+  background.join();
+  EXPECT_EQ(ran.load(), 2);
+  EXPECT_EQ(ranOnMain.load(), 2);
+  // From a serial-queue block too.
+  std::atomic<bool> fromQueue{false};
+  ZuDispatchQueueManager::dispatchInSerialQueue(tag(), [&] {
+    ZuDispatchQueueManager::dispatchInMainThread(block, true);
+    fromQueue = true;
+  });
+  ASSERT_TRUE(pumpMainUntil([&] { return fromQueue.load() && ran.load() == 3; }));
+  EXPECT_EQ(ranOnMain.load(), 3);
 }
 
 TEST(DispatchInMainThread, FromABackgroundThreadAsyncReturnsFirstAndSyncWaits) {

@@ -1,5 +1,9 @@
+#include <array>
 #include <atomic>
+#include <cstdarg>
+#include <cstdio>
 #include <map>
+#include <optional>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -12,6 +16,7 @@
 #include "zukit/core/ZuLogger.h"
 #include "zukit/platform/foundation/NSDateFormatter.h"
 #include "zukit/platform/foundation/NSTimeZone.h"
+#include "zukit/platform/runtime/Runtime.h"
 
 namespace {
 
@@ -176,6 +181,59 @@ TEST(ZuLogger, KeepsEveryLineOfEightThreadsExactlyOnceInEachThreadsOrder) {
   EXPECT_EQ(lines, kThreads * kMessages);
   for (int t = 0; t < kThreads; ++t)
     EXPECT_EQ(next[static_cast<std::size_t>(t)], kMessages);
+}
+
+}  // namespace
+
+namespace {
+
+// The library's own results, logged as "%@" arguments as a host would log them.
+TEST(ZuLogger, TakesWhatTheLibraryHandsOutAsObjectArguments) {
+  const std::optional<std::string> present = std::string("8D3F");
+  const std::optional<std::string> absent;
+  const zu::Date epoch = zu::Date::dateWithTimeIntervalSince1970(0);
+  const std::optional<zu::Date> maybeDate = epoch;
+  const zu::Dictionary dictionary{{"key", zu::Value("value")}};
+  const zu::Array array{zu::Value(1), zu::Value("two")};
+  const zu::Data data{0xde, 0xad};
+  const std::optional<zu::Array> maybeArray = array;
+  const std::vector<std::string> texts{"a", "b"};
+  const std::optional<zu::NSInteger> count = 3;
+  zu::Class* cls = zu::NSClassFromString(zu::Value("ZuLogger"));
+  ZuLogger::log(ZuLogLevelLog, "-[Host run]", "values|%@|%@|%@|%@|%@|%@|%@|%@|%@|%@|%@|%d", present,
+                absent, epoch, maybeDate, dictionary, array, data, maybeArray, texts, cls, count,
+                count);
+  const std::string expected =
+      "values|8D3F|(null)|1970-01-01 00:00:00 +0000|1970-01-01 00:00:00 +0000|{\n    key = "
+      "value;\n}"
+      "|(\n    1,\n    two\n)|{length = 2, bytes = 0xdead}|(\n    1,\n    two\n)|(\n    a,\n    "
+      "b\n)"
+      "|ZuLogger|3|3\n";
+  EXPECT_NE(flushedLog().find("  " + expected), std::string::npos) << flushedLog();
+  // zu::format, and so NSLog, take the same.
+  EXPECT_EQ(zu::format("%@ %@", absent, epoch), "(null) 1970-01-01 00:00:00 +0000");
+}
+
+// A host's own variadic logging function, formatting with vsnprintf and forwarding.
+void hostLog(zu::NSInteger level, const char* format, ...)  // NOLINT(cert-dcl50-cpp)
+    __attribute__((format(printf, 2, 3)));
+void hostLog(zu::NSInteger level, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::array<char, 256> buffer{};
+  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+  va_end(arguments);
+  ZuLogger::logMessage(level, "-[Host log]", buffer.data());
+}
+
+TEST(ZuLogger, LogsAMessageFormattedByTheHostAsItStands) {
+  ZuLogger::configLogLevel(ZuLogLevelError);
+  const StderrCapture capture;
+  hostLog(ZuLogLevelError, "uploaded %d of %s (100%% %%@)", 3, "files");
+  EXPECT_NE(flushedLog().find("  uploaded 3 of files (100% %@)\n"), std::string::npos);
+  EXPECT_NE(capture.text().find(errorBanner("[Host log]", "uploaded 3 of files (100% %@)")),
+            std::string::npos)
+      << capture.text();
 }
 
 }  // namespace

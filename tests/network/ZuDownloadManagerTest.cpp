@@ -188,6 +188,29 @@ TEST_F(ZuDownloadManagerTest, ASecondImageDownloadIsAnsweredFromTheCacheWithoutT
   EXPECT_EQ(server.requestCount("/image/gif"), 1);
 }
 
+TEST_F(ZuDownloadManagerTest, ATransferUsesTheSessionsCacheAsTheProtocolAllows) {
+  // The protocol's cache policy: a response the server lets caches keep for a minute is
+  // answered again from the session's cache, even once the disk cache has dropped it.
+  const auto target = url("/cacheable?max-age=60");
+  const Recorder first;
+  manager->downloadImageWithURL(target, first.image());
+  const Completion downloaded = first.wait();
+  ASSERT_EQ(downloaded.calls, 1);
+  ASSERT_TRUE(downloaded.data.has_value());
+  EXPECT_EQ(std::string(downloaded.data->begin(), downloaded.data->end()), "cacheable 1");
+  settle();
+  ZuImageDiskCache::cache()->removeAllCaches();
+
+  const Recorder second;
+  manager->downloadImageWithURL(target, second.image());
+  const Completion again = second.wait();
+  ASSERT_EQ(again.calls, 1);
+  ASSERT_TRUE(again.data.has_value());
+  EXPECT_EQ(std::string(again.data->begin(), again.data->end()), "cacheable 1");
+  EXPECT_FALSE(again.onMainThread) << "a transfer, not a disk-cache hit";
+  EXPECT_EQ(server.requestCount("/cacheable"), 1);
+}
+
 TEST_F(ZuDownloadManagerTest, URLsDifferingOnlyInTheirQueryAreDifferentKeys) {
   for (const char* query : {"?v=1", "?v=2", "", "?v=1&w=2"}) {
     const Recorder recorder;

@@ -334,6 +334,37 @@ TEST_F(ZuNetworkTest, EachRequestIsLoggedWithItsURLAndItsBodyAsJson) {
       << log;
 }
 
+TEST_F(ZuNetworkTest, TheRequestLineIsLoggedAtTheDataLevel) {
+  const std::string asterisks(20, '*');
+  const std::string line = "请求URL：" + distribution.URL("/echo/level") + "\n参数：(null)";
+  {
+    // Every level reaches the console at setting 10010, under its own name.
+    ZuLogger::configLogLevel(ZuLogLevelData);
+    const zukit::test::StderrCapture console;
+    expectSucceeded(get("/echo/level"), 200);
+    EXPECT_NE(console.text().find(" [Zu][Data] " + asterisks + "\n" + line + "\n"),
+              std::string::npos)
+        << console.text();
+  }
+  {
+    // Setting 1 prints every level but 10010.
+    ZuLogger::configLogLevel(ZuLogLevelAll);
+    const zukit::test::StderrCapture console;
+    expectSucceeded(get("/echo/level"), 200);
+    EXPECT_EQ(console.text().find(line), std::string::npos) << console.text();
+  }
+  ZuLogger::configLogLevel(0);
+}
+
+TEST_F(ZuNetworkTest, RequestsReloadFromTheServerIgnoringTheSessionsCache) {
+  // The server lets caches keep the response for a minute; every request still reaches it.
+  expectSucceeded(get("/cacheable", Dictionary{{"max-age", 60}}), 200);
+  const auto second = get("/cacheable", Dictionary{{"max-age", 60}});
+  expectSucceeded(second, 200);
+  EXPECT_EQ(second.text(), "cacheable 2");
+  EXPECT_EQ(distribution.requestCount("/cacheable"), 2);
+}
+
 TEST_F(ZuNetworkTest, ErrorStatusesReachSuccessAndTransportFailuresReachFailure) {
   const auto serverError = get("/status/500");
   expectSucceeded(serverError, 500);

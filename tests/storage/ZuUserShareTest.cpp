@@ -9,6 +9,8 @@
 
 #include "tests/storage/StoreTestSupport.h"
 #include "tests/support/Probe.h"
+#include "tests/support/StderrCapture.h"
+#include "zukit/core/ZuLogger.h"
 #include "zukit/storage/ZuUserShare.h"
 
 namespace {
@@ -127,6 +129,26 @@ TEST_F(ZuUserShareTest, WritesThatCannotHappenAreLoggedAsFailures) {
                   "/Zu_dir/name.json, key : dir/name, value : nested"),
             1);
   EXPECT_EQ(count("数据写入共享文件失败，key : bytes, value : bad \xff bytes"), 1);
+}
+
+TEST_F(ZuUserShareTest, WritesAreLoggedAtTheDataLevelAndFailuresAtTheErrorLevel) {
+  const std::string asterisks(20, '*');
+  ZuLogger::configLogLevel(ZuLogLevelData);
+  const zukit::test::StderrCapture console;
+  share->setInteger(7, Value("levels"), Value(kGroup));
+  share->setInteger(7, Value("levels"), Value("group.not.declared"));
+  ZuLogger::configLogLevel(0);
+  const std::string text = console.text();
+  EXPECT_NE(text.find(" [Zu][Data] " + asterisks + "\n数据写入共享文件成功，url : file://" +
+                      cachesPath() + "/Zu_levels.json, key : levels, value : 7\n"),
+            std::string::npos)
+      << text;
+  // An error banner also names the function, without its first character.
+  EXPECT_NE(text.find(" [Zu][Error] " + asterisks +
+                      "\n[ZuUserShare setObject:forKey:domain:]\n数据写入共享文件失败，key : "
+                      "levels, value : 7\n"),
+            std::string::npos)
+      << text;
 }
 
 TEST_F(ZuUserShareTest, AMissingCachesDirectoryMakesTheWriteFail) {

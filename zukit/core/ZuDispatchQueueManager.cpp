@@ -1,6 +1,7 @@
 #include "zukit/core/ZuDispatchQueueManager.h"
 
 #include "zukit/core/ZuConstants.h"
+#include "zukit/core/ZuSerialQueue.h"
 #include "zukit/platform/foundation/NoDestructor.h"
 
 zu::dispatch_queue_t getSerialQueue(void* tag) {

@@ -1,12 +1,15 @@
 #pragma once
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Runs blocks on the main queue or on the library's private serial queue, inline when the
 // caller is already there. A public service for SDKs; nothing in the library calls it.
-class ZuDispatchQueueManager : public zu::Object {
+class ZU_EXPORT ZuDispatchQueueManager : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuDispatchQueueManager, zu::Object)
   // Runs `block` on the main queue. Called on the main queue it runs at once, whatever `async`
   // says; otherwise `async` submits and returns at once, and !async waits until it has run.
   // An empty block is ignored.
@@ -18,8 +21,3 @@ class ZuDispatchQueueManager : public zu::Object {
   // An empty block is ignored.
   static void dispatchInSerialQueue(void* tag, const zu::dispatch_block_t& block);
 };
-
-// Internal: the private serial queue, created once per process by the first call if its tag is
-// QUEUE_TAG_HANDLE_NORMAL_ASYNC_TASK_IN_MAIN_THREAD (with that tag as queue-specific key);
-// none if the first call passed another tag.
-zu::dispatch_queue_t getSerialQueue(void* tag);

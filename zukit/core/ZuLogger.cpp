@@ -114,10 +114,17 @@ void ZuLogger::configLogLevel(zu::NSInteger logLevel) {
 void ZuLogger::logv(zu::NSInteger level, const char* function, std::string_view format,
                     std::span<const zu::FormatArg> args) {
   try {
-    const std::string message = zu::formatString(format, args);
+    logMessage(level, function, zu::formatString(format, args));
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a failed log call is dropped by design
+  }
+}
+
+void ZuLogger::logMessage(zu::NSInteger level, const char* function, std::string_view message) {
+  try {
+    const std::string text(message);
     ZuLogger& logger = *sharedLogger();
-    if (printsOnConsole(logger.logLevel(), level)) logger.log(message, level, function);
-    logger._log(message);
+    if (printsOnConsole(logger.logLevel(), level)) logger.log(text, level, function);
+    logger._log(text);
   } catch (...) {  // NOLINT(bugprone-empty-catch): a failed log call is dropped by design
   }
 }

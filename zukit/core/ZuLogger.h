@@ -7,10 +7,12 @@
 #include <string_view>
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSFileHandle.h"
 #include "zukit/platform/foundation/NSFileManager.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Log levels: a message's level and the console setting use the same numbers.
 inline constexpr zu::NSInteger ZuLogLevelDebug = 0;
@@ -26,8 +28,9 @@ inline constexpr zu::NSInteger ZuLogLevelData = 10010;
 // to the console as a banner when the console setting lets its level through. Any thread may
 // log: formatting and the console run on the caller's thread, file writes on the serial queue
 // "com.Zu.userlog" in submission order. Nothing is ever reported to the caller.
-class ZuLogger : public zu::Object {
+class ZU_EXPORT ZuLogger : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuLogger, zu::Object)
   // The shared logger, made on first use: the log directory is created, old log files pruned
   // and this launch's file opened with its header.
   static std::shared_ptr<ZuLogger> getInstance();
@@ -35,16 +38,24 @@ class ZuLogger : public zu::Object {
   static void configLogLevel(zu::NSInteger logLevel);
   // Logs one message built from `format` ("%@"-aware) and `args`: to the console when the
   // setting lets `level` through, to the file always. `function` is the caller's printed name,
-  // such as "+[ZuSwizzler swizzleSelector:onClass:withBlock:named:]".
+  // "-[Class method]" or "+[Class method]", such as
+  // "+[ZuSwizzler swizzleSelector:onClass:withBlock:named:]"; a level-5 banner prints it
+  // without its first character ("[ZuSwizzler swizzleSelector:onClass:withBlock:named:]").
+  // Besides numbers, texts, Values and objects, "%@" takes every value the library's methods
+  // return: dates, dictionaries, arrays, bytes, lists of texts, classes and optional values
+  // (an absent one prints "(null)"); see zu::formatArgument().
   template <class... Args>
   static void log(zu::NSInteger level, const char* function, std::string_view format,
                   const Args&... args) {
-    const std::array<zu::FormatArg, sizeof...(Args)> list{zu::FormatArg(args)...};
-    logv(level, function, format, list);
+    logv(level, function, format,
+         std::array<zu::FormatArg, sizeof...(Args)>{zu::FormatArg(zu::formatArgument(args))...});
   }
   // log() with the arguments as a list.
   static void logv(zu::NSInteger level, const char* function, std::string_view format,
                    std::span<const zu::FormatArg> args);
+  // Logs `message` as it stands, for a host's own logging function that has formatted it
+  // already (no "%" in it is read as a conversion); otherwise as log().
+  static void logMessage(zu::NSInteger level, const char* function, std::string_view message);
 
   // Removes the first of the ".log" entries found by a deep walk of `directoryPath` when there
   // are three or more of them; at most one per call.
@@ -98,4 +109,4 @@ class ZuLogger : public zu::Object {
 };
 
 // The log queue: a serial queue labelled "com.Zu.userlog", created once per process.
-zu::dispatch_queue_t zu_log_get_dispatch_serial_queue();
+ZU_EXPORT zu::dispatch_queue_t zu_log_get_dispatch_serial_queue();

@@ -14,17 +14,26 @@ void ZuBlockMap::setObject(std::shared_ptr<ZuBlock> block, std::string name) {
     removeObjectForKey(name);
     return;
   }
-  for (Entry& entry : _entries) {
-    if (entry.first == name) {
-      entry.second = std::move(block);
-      return;
-    }
+  const auto found = std::find_if(_entries.begin(), _entries.end(),
+                                  [&name](const Entry& entry) { return entry.first == name; });
+  if (found != _entries.end()) {
+    found->second = std::move(block);
+  } else {
+    _entries.emplace_back(std::move(name), std::move(block));
   }
-  _entries.emplace_back(std::move(name), std::move(block));
+  entriesChanged();
 }
 
 void ZuBlockMap::removeObjectForKey(std::string_view name) {
-  std::erase_if(_entries, [name](const Entry& entry) { return entry.first == name; });
+  if (std::erase_if(_entries, [name](const Entry& entry) { return entry.first == name; }) > 0)
+    entriesChanged();
+}
+
+void ZuBlockMap::entriesChanged() {
+  _calls.clear();
+  _calls.reserve(_entries.size());
+  for (const auto& [name, block] : _entries)
+    _calls.push_back(Call{block.get(), &block->signature(), block->entry()});
 }
 
 bool ZuBlockMap::operator==(const ZuBlockMap& other) const {

@@ -8,18 +8,29 @@
 #include <vector>
 
 #include "zukit/hooks/ZuBlock.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/CacheLine.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // The callback map of a hook record: callback name (compared by value) to callback (held
 // strongly, compared by identity). Enumeration follows insertion order; a callback stored under
 // a name already present takes that name's place. Callers must not rely on any order among
 // callbacks.
-class alignas(zu::kCacheLineSize) ZuBlockMap {
+class ZU_EXPORT ZuBlockMap {
  public:
+  ZU_RUNTIME_CLASS_NAME(ZuBlockMap, zu::Object)
   // One name and its callback.
   using Entry = std::pair<std::string, std::shared_ptr<ZuBlock>>;
   // Entries start on a cache line of their own (see CacheLine.h).
   using Entries = std::vector<Entry, zu::CacheLineAllocator<Entry>>;
+  // What a hooked call needs of one callback, copied out of the block so that it walks one
+  // array: the block, its call signature and its entry point (ZuBlock::entry()).
+  struct Call {
+    const ZuBlock* block;
+    const std::type_info* signature;
+    void (*entry)();
+  };
+  using Calls = std::vector<Call, zu::CacheLineAllocator<Call>>;
 
   // The callback under `name`, or nullptr.
   std::shared_ptr<ZuBlock> objectForKey(std::string_view name) const;
@@ -32,10 +43,16 @@ class alignas(zu::kCacheLineSize) ZuBlockMap {
 
   Entries::const_iterator begin() const { return _entries.begin(); }
   Entries::const_iterator end() const { return _entries.end(); }
+  // The callbacks as hooked calls run them, in the entries' order (calls()[i] is entry i).
+  const Calls& calls() const { return _calls; }
 
   // Same names with the identical callbacks, in any order.
   bool operator==(const ZuBlockMap& other) const;
 
  private:
-  Entries _entries;
+  // Rebuilds _calls from _entries.
+  void entriesChanged();
+
+  alignas(zu::kCacheLineSize) Entries _entries;
+  Calls _calls;
 };

@@ -2,7 +2,9 @@
 
 #include <array>
 #include <string>
+#include <typeinfo>
 
+#include "zukit/hooks/ZuHookReclaimer.h"
 #include "zukit/platform/foundation/NSLog.h"
 #include "zukit/platform/runtime/MessageSend.h"
 #include "zukit/platform/runtime/NSNumber.h"
@@ -71,32 +73,23 @@ ZuSwizzle* recordFor(const zu::Object* self, const ZuSwizzleSlot& slot) {
   return nullptr;
 }
 
-// Keeps the receiver alive for the duration of a hooked call: the saved implementation or a
-// callback may drop the last other reference to it. Objects not owned by a shared pointer are
-// kept alive by whoever owns them.
-[[gnu::always_inline]] inline std::shared_ptr<zu::Object> retainForCall(zu::Object* self) {
-  try {
-    return self->shared_from_this();
-  } catch (const std::bad_weak_ptr&) {
-    return nullptr;
-  }
-}
-
 // Kept out of the hooked calls' own code, which it would otherwise slow down.
-[[gnu::cold]] [[gnu::noinline]] void reportSkippedCallback(const std::string& name,
-                                                           const ZuBlock& block, zu::SEL selector) {
+[[gnu::cold]] [[gnu::noinline]] void reportSkippedCallback(const ZuBlockMap& blocks,
+                                                           std::size_t index, zu::SEL selector) {
+  const auto& [name, block] = *(blocks.begin() + static_cast<std::ptrdiff_t>(index));
   zu::NSLog("Swizzle callback %@ for %@ takes %@; skipped", name,
-            zu::NSStringFromSelector(selector), block.signatureName());
+            zu::NSStringFromSelector(selector), block->signatureName());
 }
 
-// True when `block` takes `Signature`; otherwise the callback is skipped with a console line,
-// since calling it with other arguments would be undefined.
+// True when `call`, one of the callbacks of `blocks`, takes `Signature`; otherwise it is
+// skipped with a console line, since calling it with other arguments would be undefined.
 template <class Signature>
-bool takes(const std::string& name, const ZuBlock& block, zu::SEL selector) {
-  if (block.hasSignature<Signature>()) [[likely]] {
+[[gnu::always_inline]] inline bool takes(const ZuBlockMap& blocks, const ZuBlockMap::Call& call,
+                                         zu::SEL selector) {
+  if (call.signature == &typeid(Signature) || *call.signature == typeid(Signature)) [[likely]] {
     return true;
   }
-  reportSkippedCallback(name, block, selector);
+  reportSkippedCallback(blocks, static_cast<std::size_t>(&call - blocks.calls().data()), selector);
   return false;
 }
 
@@ -110,17 +103,17 @@ const zu::Value& boxedFlag(bool animated) {
 
 [[gnu::always_inline]] inline void runViewAppearance(const ZuSwizzleSlot& slot, zu::Object* self,
                                                      zu::SEL selector, bool animated) {
+  const ZuHookReadSection reading;
   ZuSwizzle* record = recordFor(self, slot);
   if (record == nullptr) return;
-  const auto retained = retainForCall(self);
   // Called untested: a record without a saved implementation is refused by the runtime.
   zu::imp_call<void, bool>(record->originalMethod(), self, selector, animated);
   const ZuBlockMap& blocks = slot.get()->blocksSnapshot();
-  if (blocks.count() == 0) return;
+  if (blocks.calls().empty()) return;
   const zu::Value& boxed = boxedFlag(animated);
-  for (const auto& [name, block] : blocks) {
-    if (!takes<ZuViewAppearanceBlock>(name, *block, selector)) continue;
-    block->invoke<ZuViewAppearanceBlock>(self, selector, boxed);
+  for (const ZuBlockMap::Call& call : blocks.calls()) {
+    if (takes<ZuViewAppearanceBlock>(blocks, call, selector))
+      ZuTypedBlock<ZuViewAppearanceBlock>::call(call.entry, *call.block, self, selector, boxed);
   }
 }
 
@@ -138,17 +131,19 @@ ZuSwizzleSlot* zuGetSwizzleByName(const zu::Value& selectorName) {
 
 void zuSwizzledMethodsaveUploadInfo(zu::Object* self, zu::SEL selector, const zu::Value& first,
                                     const zu::Value& second, const zu::Value& third) {
+  const ZuHookReadSection reading;
   ZuSwizzle* record = recordFor(self, saveUploadInfoSwizzle);
   if (record == nullptr) return;
-  const auto retained = retainForCall(self);
   if (const zu::IMP original = record->originalMethod()) {
     zu::imp_call<void, const zu::Value&, const zu::Value&, const zu::Value&>(
         original, self, selector, first, second, third);
   }
-  ZuSwizzle* current = saveUploadInfoSwizzle.get();
-  for (const auto& [name, block] : current->blocksSnapshot()) {
-    if (!takes<ZuSaveUploadInfoBlock>(name, *block, selector)) continue;
-    block->invoke<ZuSaveUploadInfoBlock>(self, selector, first, second, third);
+  const ZuBlockMap& blocks = saveUploadInfoSwizzle.get()->blocksSnapshot();
+  for (const ZuBlockMap::Call& call : blocks.calls()) {
+    if (takes<ZuSaveUploadInfoBlock>(blocks, call, selector)) {
+      ZuTypedBlock<ZuSaveUploadInfoBlock>::call(call.entry, *call.block, self, selector, first,
+                                                second, third);
+    }
   }
 }
 
@@ -166,17 +161,19 @@ void zuSwizzledMethodMailComposeControllerDidFinishWithResult(zu::Object* self, 
                                                               const zu::Value& controller,
                                                               zu::NSInteger result,
                                                               const zu::Value& error) {
+  const ZuHookReadSection reading;
   ZuSwizzle* record = recordFor(self, MailComposeControllerDidFinishWithResultSwizzle);
   if (record == nullptr) return;
-  const auto retained = retainForCall(self);
   if (const zu::IMP original = record->originalMethod()) {
     zu::imp_call<void, const zu::Value&, zu::NSInteger, const zu::Value&>(
         original, self, selector, controller, result, error);
   }
-  ZuSwizzle* current = MailComposeControllerDidFinishWithResultSwizzle.get();
-  for (const auto& [name, block] : current->blocksSnapshot()) {
-    if (!takes<ZuMailComposeResultBlock>(name, *block, selector)) continue;
+  const ZuBlockMap& blocks =
+      MailComposeControllerDidFinishWithResultSwizzle.get()->blocksSnapshot();
+  for (const ZuBlockMap::Call& call : blocks.calls()) {
+    if (!takes<ZuMailComposeResultBlock>(blocks, call, selector)) continue;
     const zu::Value boxed(zu::NSNumber::numberWithInteger(result));
-    block->invoke<ZuMailComposeResultBlock>(self, selector, controller, boxed, error);
+    ZuTypedBlock<ZuMailComposeResultBlock>::call(call.entry, *call.block, self, selector,
+                                                 controller, boxed, error);
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "zukit/hooks/ZuSwizzleSlot.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Runtime.h"
 
@@ -16,8 +17,13 @@
 //   "mailComposeController:didFinishWithResult:error:"   void (*)(Object*, SEL, const Value&,
 //                                                                 NSInteger, const Value&)
 //
-// A hooked method must have exactly that type; the runtime refuses to install the replacement
-// on an inherited method of another type, and refuses calls made with other types.
+// A hooked method must have exactly that type: the swizzler leaves a method of another type as
+// it was, and the runtime refuses calls made with other types.
+//
+// A hooked call keeps the receiver and the arguments alive as every send does: the sender
+// holds them until the send returns (the system's appearance messages and the mail
+// composer's report hold their receivers; a host sending directly holds its own). A replaced
+// record or callback stays alive until the hooked calls that may be running it end.
 
 // The callbacks, by hook point (make them with ZuBlock::make<Signature>(closure)). The receiver
 // and the arguments are the caller's, alive for the duration of the call.
@@ -37,29 +43,31 @@ using ZuMailComposeResultBlock = void(zu::Object* receiver, zu::SEL selector,
                                       const zu::Value& error);
 
 // The slots, empty at start; written only by the swizzler.
-extern ZuSwizzleSlot saveUploadInfoSwizzle;
-extern ZuSwizzleSlot UIViewControllerViewDidAppearSwizzle;
-extern ZuSwizzleSlot UIViewControllerViewWillDisappearSwizzle;
-extern ZuSwizzleSlot MailComposeControllerDidFinishWithResultSwizzle;
+ZU_EXPORT extern ZuSwizzleSlot saveUploadInfoSwizzle;
+ZU_EXPORT extern ZuSwizzleSlot UIViewControllerViewDidAppearSwizzle;
+ZU_EXPORT extern ZuSwizzleSlot UIViewControllerViewWillDisappearSwizzle;
+ZU_EXPORT extern ZuSwizzleSlot MailComposeControllerDidFinishWithResultSwizzle;
 
 // The replacement function for the selector named `selectorName`: the first of the four names
 // equal to it (exact, case-sensitive), in the order above; nullptr for any other name or for a
 // value that is not text.
-zu::IMP zuGetSwizzleIMPBySELName(const zu::Value& selectorName);
+ZU_EXPORT zu::IMP zuGetSwizzleIMPBySELName(const zu::Value& selectorName);
 // The slot for the selector named `selectorName`, by the same comparison; nullptr otherwise.
-ZuSwizzleSlot* zuGetSwizzleByName(const zu::Value& selectorName);
+ZU_EXPORT ZuSwizzleSlot* zuGetSwizzleByName(const zu::Value& selectorName);
 
 // The replacement functions. Each finds its slot's record (an empty slot suppresses the whole
 // call), runs the saved implementation, then each callback. The two view-controller functions
 // call the saved implementation without testing for it: a missing one is refused by the
 // runtime with a console line, and the callbacks still run. The other two skip a missing one.
-void zuSwizzledMethodsaveUploadInfo(zu::Object* self, zu::SEL selector, const zu::Value& first,
-                                    const zu::Value& second, const zu::Value& third);
-void zuSwizzledMethodUIViewControllerViewDidAppear(zu::Object* self, zu::SEL selector,
-                                                   bool animated);
-void zuSwizzledMethodUIViewControllerViewWillDisappear(zu::Object* self, zu::SEL selector,
-                                                       bool animated);
-void zuSwizzledMethodMailComposeControllerDidFinishWithResult(zu::Object* self, zu::SEL selector,
-                                                              const zu::Value& controller,
-                                                              zu::NSInteger result,
-                                                              const zu::Value& error);
+ZU_EXPORT void zuSwizzledMethodsaveUploadInfo(zu::Object* self, zu::SEL selector,
+                                              const zu::Value& first, const zu::Value& second,
+                                              const zu::Value& third);
+ZU_EXPORT void zuSwizzledMethodUIViewControllerViewDidAppear(zu::Object* self, zu::SEL selector,
+                                                             bool animated);
+ZU_EXPORT void zuSwizzledMethodUIViewControllerViewWillDisappear(zu::Object* self, zu::SEL selector,
+                                                                 bool animated);
+ZU_EXPORT void zuSwizzledMethodMailComposeControllerDidFinishWithResult(zu::Object* self,
+                                                                        zu::SEL selector,
+                                                                        const zu::Value& controller,
+                                                                        zu::NSInteger result,
+                                                                        const zu::Value& error);

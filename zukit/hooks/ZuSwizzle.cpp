@@ -2,10 +2,20 @@
 
 #include <utility>
 
+#include "zukit/hooks/ZuHookReclaimer.h"
 #include "zukit/platform/foundation/Format.h"
 
+namespace {
+
+// Retires a replaced callback map: hooked calls may still be walking it.
+void retire(std::unique_ptr<const ZuBlockMap> replaced) {
+  if (replaced) ZuHookReclaimer::retire(std::shared_ptr<const ZuBlockMap>(std::move(replaced)));
+}
+
+}  // namespace
+
 ZuSwizzle::ZuSwizzle() {
-  zu::MutexLock lock(_writeMutex);
+  const zu::MutexLock lock(_writeMutex);
   publish(std::make_unique<const ZuBlockMap>());
 }
 
@@ -18,36 +28,56 @@ ZuSwizzle::ZuSwizzle(std::shared_ptr<ZuBlock> block, const std::string& name, zu
   setBlock(std::move(block), name);
 }
 
+// No hooked call can reach a record that is being destroyed: a record leaves its slot through
+// the reclaimer. The current map goes with it.
 ZuSwizzle::~ZuSwizzle() = default;
 
-void ZuSwizzle::publish(std::unique_ptr<const ZuBlockMap> map) {
+std::unique_ptr<const ZuBlockMap> ZuSwizzle::publish(std::unique_ptr<const ZuBlockMap> map) {
   _blocks.store(map.get(), std::memory_order_release);
-  _snapshots.push_back(std::move(map));
+  std::swap(_current, map);
+  return map;
+}
+
+ZuBlockMap ZuSwizzle::blocks() const {
+  const ZuHookReadSection reading;
+  return blocksSnapshot();
 }
 
 void ZuSwizzle::setBlocks(const ZuBlockMap& blocks) {
-  zu::MutexLock lock(_writeMutex);
-  publish(std::make_unique<const ZuBlockMap>(blocks));
+  std::unique_ptr<const ZuBlockMap> replaced;
+  {
+    const zu::MutexLock lock(_writeMutex);
+    replaced = publish(std::make_unique<const ZuBlockMap>(blocks));
+  }
+  retire(std::move(replaced));
 }
 
 void ZuSwizzle::setBlock(std::shared_ptr<ZuBlock> block, const std::string& name) {
-  zu::MutexLock lock(_writeMutex);
-  auto map = std::make_unique<ZuBlockMap>(blocksSnapshot());
-  map->setObject(std::move(block), name);
-  publish(std::move(map));
+  std::unique_ptr<const ZuBlockMap> replaced;
+  {
+    const zu::MutexLock lock(_writeMutex);
+    auto map = std::make_unique<ZuBlockMap>(*_current);
+    map->setObject(std::move(block), name);
+    replaced = publish(std::move(map));
+  }
+  retire(std::move(replaced));
 }
 
 void ZuSwizzle::removeBlock(std::string_view name) {
-  zu::MutexLock lock(_writeMutex);
-  if (!blocksSnapshot().objectForKey(name)) return;
-  auto map = std::make_unique<ZuBlockMap>(blocksSnapshot());
-  map->removeObjectForKey(name);
-  publish(std::move(map));
+  std::unique_ptr<const ZuBlockMap> replaced;
+  {
+    const zu::MutexLock lock(_writeMutex);
+    if (!_current->objectForKey(name)) return;
+    auto map = std::make_unique<ZuBlockMap>(*_current);
+    map->removeObjectForKey(name);
+    replaced = publish(std::move(map));
+  }
+  retire(std::move(replaced));
 }
 
 std::string ZuSwizzle::description() const {
   std::string callbacks;
-  for (const auto& [name, block] : blocksSnapshot()) {
+  for (const auto& [name, block] : blocks()) {
     callbacks += zu::format("\t%@ : %@\n", name, block);
   }
   const zu::Class* hookedClass = cls();

@@ -5,22 +5,25 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "zukit/hooks/ZuBlock.h"
 #include "zukit/hooks/ZuBlockMap.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/runtime/Runtime.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // One hook record: the class and selector it was installed for, the implementation that was in
 // force before (called first on every hooked call; may be absent) and the callbacks by name.
 //
 // Hooked calls on any thread read the record without a lock while an install may be changing
 // it. Every field is therefore atomic, and the callback map is published as an immutable
-// snapshot: a change copies the map, swaps the pointer, and keeps the replaced snapshot for the
-// record's lifetime, since a hooked call may still be walking it.
-class alignas(zu::kCacheLineSize) ZuSwizzle : public zu::Object {
+// snapshot: a change copies the map, swaps the pointer, and retires the replaced snapshot
+// (ZuHookReclaimer), which frees it, and the callbacks only it still holds, once no hooked call
+// that may be walking it is running.
+class ZU_EXPORT ZuSwizzle : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuSwizzle, zu::Object)
   // An empty record: no class, selector or saved implementation, no callbacks.
   ZuSwizzle();
   // A record for `cls` and `selector` saving `originalMethod`, holding `block` under `name`.
@@ -49,7 +52,7 @@ class alignas(zu::kCacheLineSize) ZuSwizzle : public zu::Object {
     _originalMethod.store(originalMethod, std::memory_order_release);
   }
   // A copy of the callback map.
-  ZuBlockMap blocks() const { return blocksSnapshot(); }
+  ZuBlockMap blocks() const;
   // Replaces the callback map with a copy of `blocks`.
   void setBlocks(const ZuBlockMap& blocks);
 
@@ -57,20 +60,24 @@ class alignas(zu::kCacheLineSize) ZuSwizzle : public zu::Object {
   void setBlock(std::shared_ptr<ZuBlock> block, const std::string& name);
   // Removes the callback under `name`; nothing happens when there is none.
   void removeBlock(std::string_view name);
-  // The current callback map, without copying; it stays valid for the record's lifetime even
-  // when the record changes meanwhile. For hooked calls.
+  // The current callback map, without copying. For hooked calls: it stays valid until the
+  // hooked call that read it ends (see ZuHookReadSection), even when the record changes
+  // meanwhile.
   const ZuBlockMap& blocksSnapshot() const { return *_blocks.load(std::memory_order_acquire); }
 
  private:
-  void publish(std::unique_ptr<const ZuBlockMap> map) ZU_REQUIRES(_writeMutex);
+  // Makes `map` the current map; returns the replaced one, which the caller retires once the
+  // write lock is released.
+  std::unique_ptr<const ZuBlockMap> publish(std::unique_ptr<const ZuBlockMap> map)
+      ZU_REQUIRES(_writeMutex);
 
-  std::atomic<std::uint32_t> _numArgs{0};
+  alignas(zu::kCacheLineSize) std::atomic<std::uint32_t> _numArgs{0};
   std::atomic<zu::Class*> _class{nullptr};
   std::atomic<zu::SEL> _selector{nullptr};
   std::atomic<zu::IMP> _originalMethod{nullptr};
   std::atomic<const ZuBlockMap*> _blocks{nullptr};
   // Serialises changes to the callback map (hooked calls never take it).
   zu::Mutex _writeMutex;
-  // Every snapshot published so far, the current one last.
-  std::vector<std::unique_ptr<const ZuBlockMap>> _snapshots ZU_GUARDED_BY(_writeMutex);
+  // The current snapshot's owner.
+  std::unique_ptr<const ZuBlockMap> _current ZU_GUARDED_BY(_writeMutex);
 };

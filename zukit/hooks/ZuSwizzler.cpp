@@ -7,10 +7,34 @@
 
 #include "zukit/core/ZuLogger.h"
 #include "zukit/hooks/ZuHookPoints.h"
+#include "zukit/platform/runtime/TypeEncoding.h"
 
 namespace {
 
 constexpr const char* kSwizzleFunction = "+[ZuSwizzler swizzleSelector:onClass:withBlock:named:]";
+
+// True when the hook point's replacement can stand in for `method`: calls of the method are
+// made with its own C++ type, which the runtime would refuse to pass to a replacement of
+// another type.
+bool replacementFits(zu::Method method, zu::IMP replacement) {
+  const zu::IMP current = zu::method_getImplementation(method);
+  return current == nullptr || *current->signature == *replacement->signature;
+}
+
+void logMisfit(zu::Class* cls, const std::string& selectorName, zu::Method method,
+               zu::IMP replacement) {
+  // Encodings cannot tell every pair of C++ types apart ("@" is an id and a Value alike).
+  const zu::IMP current = zu::method_getImplementation(method);
+  const bool sameEncoding = std::string(current->types) == replacement->types;
+  ZuLogger::log(ZuLogLevelError, kSwizzleFunction,
+                "SwizzleException:Cannot swizzle %@::%@, whose method has type %@ where the "
+                "swizzle needs %@",
+                zu::NSStringFromClass(cls), selectorName,
+                sameEncoding ? zu::detail::demangledTypeName(*current->signature)
+                             : std::string(current->types),
+                sameEncoding ? zu::detail::demangledTypeName(*replacement->signature)
+                             : std::string(replacement->types));
+}
 
 }  // namespace
 
@@ -41,11 +65,20 @@ void ZuSwizzler::swizzleSelector(zu::SEL selector, zu::Class* cls, std::shared_p
   const std::shared_ptr<ZuSwizzle> existing = slot->record();
 
   zu::IMP saved = nullptr;
+  if (isLocal && existing) {
+    existing->setBlock(std::move(block), *blockName);
+    return;
+  }
+  // A method whose type differs from the replacement's is left as it was: every later call of
+  // it would be refused by the runtime. (An inherited method whose encoding differs is refused
+  // by class_addMethod below; one with the same encoding and another C++ type is not.)
+  const bool sameEncoding =
+      method != nullptr && std::string(zu::method_getTypeEncoding(method)) == replacement->types;
+  if ((isLocal || sameEncoding) && !replacementFits(method, replacement)) {
+    logMisfit(cls, selectorName, method, replacement);
+    return;
+  }
   if (isLocal) {
-    if (existing) {
-      existing->setBlock(std::move(block), *blockName);
-      return;
-    }
     saved = zu::method_getImplementation(method);
     zu::method_setImplementation(method, replacement);
   } else {

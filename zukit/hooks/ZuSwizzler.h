@@ -4,16 +4,19 @@
 
 #include "zukit/hooks/ZuBlock.h"
 #include "zukit/hooks/ZuSwizzle.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Runtime.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Attaches named callbacks to the four hook points (ZuHookPoints.h). The first install for a
 // selector puts the hook point's replacement function in place of the method and a record in
 // the hook point's slot; later installs add callbacks to that record or replace it. Installing
 // and removing are meant for start-up or one thread; hooked calls may run on any thread
 // meanwhile. Failures are logged at level 5 through ZuLogger, never thrown.
-class ZuSwizzler {
+class ZU_EXPORT ZuSwizzler {
  public:
+  ZU_RUNTIME_CLASS_NAME(ZuSwizzler, zu::Object)
   // True when `method` is one of the entries that `cls` itself defines (not inherited).
   static bool isLocallyDefinedMethod(zu::Method method, zu::Class* cls);
   // Attaches `block` under `name` to `selector` on `cls`. Nothing happens without a selector, a

@@ -4,9 +4,11 @@
 #include <memory>
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLSession.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/UIImage.h"
 
 // Called once per image download with the decoded image (none when the bytes are no image),
@@ -28,8 +30,9 @@ using ZuVideoDownloadCompletion =
 // Transfers are not shared: two downloads of one uncached URL fetch it twice. An absent URL
 // gives a ZuErrorDomain error with code 1000, "Image url is nil", for images and videos alike.
 // Failures are logged at level 5 after the callback. Callable from any thread.
-class ZuDownloadManager : public zu::Object {
+class ZU_EXPORT ZuDownloadManager : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuDownloadManager, zu::Object)
   // The shared manager, made on first use.
   static std::shared_ptr<ZuDownloadManager> sharedManager();
 

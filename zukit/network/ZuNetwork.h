@@ -8,9 +8,11 @@
 #include <string>
 
 #include "zukit/network/ZuNetworkConfig.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLSession.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Called with the response (for HTTP: status code and header fields) and the body, which may
 // be empty. Any status counts: 4xx and 5xx replies arrive here too.
@@ -35,8 +37,9 @@ using ZuNetworkFailureBlock = std::function<void(const std::shared_ptr<zu::NSErr
 // delivery queue (never the main thread), except for a missing relative URL: then nothing is
 // sent and no callback runs. The configuration and group identifier may be changed at any time;
 // a change applies from the next request.
-class ZuNetwork : public zu::Object {
+class ZU_EXPORT ZuNetwork : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuNetwork, zu::Object)
   // The shared instance, made on first use with no group identifier and no configuration.
   static std::shared_ptr<ZuNetwork> network();
   // Sets the configuration of the shared instance.

@@ -3,15 +3,18 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // The URL prefixes of the three server environments that ZuNetwork sends to. Each prefix holds
 // a scheme and host, optionally a port ("https://api.example.com:8443"); a relative path is put
 // directly after it, with nothing in between. A prefix set to absent, NSNull, empty text or a
 // value that is not text is no prefix. Safe to read and change from any thread.
-class ZuNetworkConfig : public zu::Object {
+class ZU_EXPORT ZuNetworkConfig : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuNetworkConfig, zu::Object)
   ZuNetworkConfig() = default;
 
   // The prefix of the development server (environment value 2), or none.

@@ -2,12 +2,15 @@
 
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Saves one object graph (property-list values and NSNull) to a file in the keyed-archive
 // format and reads it back. Class methods only; safe from any thread.
-class ZuDataArchiver : public zu::Object {
+class ZU_EXPORT ZuDataArchiver : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuDataArchiver, zu::Object)
   ZuDataArchiver() = delete;
 
   // Archives `data` into the file at `path`, written whole and atomically. NO, leaving the file

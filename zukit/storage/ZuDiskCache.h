@@ -8,10 +8,12 @@
 #include <vector>
 
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NoDestructor.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // The index, age trims and lock that ZuImageDiskCache and ZuVideoDiskCache share; the two
 // differ only in where the payload of an entry lives.
@@ -29,8 +31,9 @@
 // nothing else: lookups, the already-indexed test, direct removals and every write of the
 // preferences go without it. The index itself is an immutable array replaced as a whole, so a
 // walk reads a consistent snapshot whatever runs beside it.
-class ZuDiskCache : public zu::Object {
+class ZU_EXPORT ZuDiskCache : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuDiskCache, zu::Object)
   // The text between a key and its storing second in an entry.
   static constexpr const char* kEntrySeparator = "__#Zu#__";
   // The age limit of a new cache: three days.

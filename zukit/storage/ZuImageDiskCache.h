@@ -4,7 +4,9 @@
 #include <memory>
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/storage/ZuDiskCache.h"
 
 // The disk cache of downloaded images: the bytes live in the standard preferences under the
@@ -14,8 +16,9 @@
 // cut there when read back, so it is stored but never found. Lookups find
 // the oldest entry of a key. Safe from any thread; callbacks run on the calling thread before
 // the method returns. The age trims and locking are ZuDiskCache's.
-class ZuImageDiskCache final : public ZuDiskCache {
+class ZU_EXPORT ZuImageDiskCache final : public ZuDiskCache {
  public:
+  ZU_RUNTIME_CLASS(ZuImageDiskCache, ZuDiskCache)
   // Called with (bytes stored, key, bytes or none).
   using ContainsBlock =
       std::function<void(bool contained, const zu::Value& key, const std::optional<zu::Data>&)>;

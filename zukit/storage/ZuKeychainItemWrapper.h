@@ -4,7 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Keeps one generic-password keychain item in step with an in-memory map. The wrapper loads the
 // item that matches its identifier (and access group) when made; each change through
@@ -14,8 +16,9 @@
 // file that a write finds it cannot read (and keeps aside, or leaves alone) is also logged at
 // level 5. Meant for one thread at a time; two wrappers of one item do not see each other's
 // unsaved state.
-class ZuKeychainItemWrapper : public zu::Object {
+class ZU_EXPORT ZuKeychainItemWrapper : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuKeychainItemWrapper, zu::Object)
   // A wrapper for the item with generic attribute `identifier`, in `accessGroup` when that is
   // present; loaded from the keychain or filled with defaults. None for an absent identifier.
   static std::shared_ptr<ZuKeychainItemWrapper> initWithIdentifier(const zu::Value& identifier,

@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Preference values in a named suite, or in the app's standard preferences when the name is
 // unusable (absent, NSNull or empty). Each call opens the store anew and a write is flushed to
@@ -13,8 +15,9 @@
 // Reads see what other processes synchronised. A preference file that a write finds damaged is
 // kept aside by the store, and logged at level 5 here. Safe from any thread as far as the
 // preferences store is.
-class ZuUserDefaults : public zu::Object {
+class ZU_EXPORT ZuUserDefaults : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuUserDefaults, zu::Object)
   // The one shared instance, made with the name of the very first call; later names are
   // ignored. Make a second suite's instance with initWithName().
   static std::shared_ptr<ZuUserDefaults> defaultsWithName(const zu::Value& name);

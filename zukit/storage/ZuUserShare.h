@@ -4,7 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // Small values shared by the programs of one app group: each value is a text file of its own,
 // Library/Caches/Zu_<key>.json in the group's container, holding the value's description ("%@";
@@ -13,8 +15,9 @@
 // Text arguments count as missing when absent, NSNull, empty, or not UTF-8. No lock is taken:
 // any thread may call, and writes replace the file atomically, so readers in any process see
 // the old or the new text whole.
-class ZuUserShare : public zu::Object {
+class ZU_EXPORT ZuUserShare : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuUserShare, zu::Object)
   // The shared instance.
   static std::shared_ptr<ZuUserShare> share();
 

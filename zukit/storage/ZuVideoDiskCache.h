@@ -4,9 +4,11 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/storage/ZuDiskCache.h"
 
 // The disk cache of downloaded videos, indexed under "ZuVideoDiskCacheKeys". Storing moves the
@@ -16,8 +18,9 @@
 // components, so its move fails, yet it is indexed all the same. Removal drops index entries
 // only: the files stay. Keys follow ZuImageDiskCache's rules. Safe from any thread; callbacks
 // run on the calling thread before the method returns.
-class ZuVideoDiskCache final : public ZuDiskCache {
+class ZU_EXPORT ZuVideoDiskCache final : public ZuDiskCache {
  public:
+  ZU_RUNTIME_CLASS(ZuVideoDiskCache, ZuDiskCache)
   // Called with (an entry matched, key, the file URL it names or none).
   using ContainsBlock = std::function<void(bool contained, const zu::Value& key,
                                            const std::shared_ptr<zu::NSURL>& path)>;

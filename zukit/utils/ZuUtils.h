@@ -9,6 +9,7 @@
 #include "zukit/platform/foundation/Date.h"
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/Geometry.h"
 
 namespace zu {
@@ -22,6 +23,7 @@ class UIViewController;
 // empty one.
 class ZU_EXPORT ZuUtils : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuUtils, zu::Object)
   ZuUtils() = delete;
 
   // --- Dates (ZuUtils+Date.cpp) ---

@@ -10,6 +10,7 @@
 #include "zukit/platform/dispatch/DispatchSemaphore.h"
 #include "zukit/platform/dispatch/DispatchSource.h"
 #include "zukit/platform/dispatch/DispatchTime.h"
+#include "zukit/platform/foundation/Export.h"
 
 namespace zu {
 
@@ -32,35 +33,37 @@ inline constexpr std::nullptr_t DISPATCH_CURRENT_QUEUE_LABEL = nullptr;
 using dispatch_once_t = std::once_flag;
 
 // The main queue: a serial queue served by the main run loop on the main thread.
-dispatch_queue_t dispatch_get_main_queue();
+ZU_EXPORT dispatch_queue_t dispatch_get_main_queue();
 // A global concurrent queue: high for priorities above 0, background below 0, default at 0.
 // The flags are reserved.
-dispatch_queue_t dispatch_get_global_queue(long priority, unsigned long flags);
+ZU_EXPORT dispatch_queue_t dispatch_get_global_queue(long priority, unsigned long flags);
 // A new serial or concurrent queue on the worker pool. A null label gives the empty label.
-dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t attribute);
+ZU_EXPORT dispatch_queue_t dispatch_queue_create(const char* label,
+                                                 dispatch_queue_attr_t attribute);
 // The queue's label; "" for a missing queue.
-const char* dispatch_queue_get_label(const dispatch_queue_t& queue);
+ZU_EXPORT const char* dispatch_queue_get_label(const dispatch_queue_t& queue);
 // With DISPATCH_CURRENT_QUEUE_LABEL: the running queue's label ("" outside any queue).
-const char* dispatch_queue_get_label(std::nullptr_t current);
+ZU_EXPORT const char* dispatch_queue_get_label(std::nullptr_t current);
 
 // Submits `block` to `queue` and returns at once.
-void dispatch_async(const dispatch_queue_t& queue, dispatch_block_t block);
+ZU_EXPORT void dispatch_async(const dispatch_queue_t& queue, dispatch_block_t block);
 // Submits `block` to `queue` and waits until it has run.
-void dispatch_sync(const dispatch_queue_t& queue, dispatch_block_t block);
+ZU_EXPORT void dispatch_sync(const dispatch_queue_t& queue, dispatch_block_t block);
 // Submits `block` to `queue` when the dispatch clock reaches `when` (DispatchClock.h);
 // DISPATCH_TIME_FOREVER never submits it.
-void dispatch_after(dispatch_time_t when, const dispatch_queue_t& queue, dispatch_block_t block);
+ZU_EXPORT void dispatch_after(dispatch_time_t when, const dispatch_queue_t& queue,
+                              dispatch_block_t block);
 
 // Stores `context` under `key` on `queue` (null removes it), with an optional destructor.
-void dispatch_queue_set_specific(const dispatch_queue_t& queue, const void* key, void* context,
-                                 dispatch_function_t destructor);
+ZU_EXPORT void dispatch_queue_set_specific(const dispatch_queue_t& queue, const void* key,
+                                           void* context, dispatch_function_t destructor);
 // The context under `key` on `queue`, or nullptr.
-void* dispatch_queue_get_specific(const dispatch_queue_t& queue, const void* key);
+ZU_EXPORT void* dispatch_queue_get_specific(const dispatch_queue_t& queue, const void* key);
 // The context under `key` on the running queue, or nullptr outside any queue.
-void* dispatch_get_specific(const void* key);
+ZU_EXPORT void* dispatch_get_specific(const void* key);
 
 // Runs `block` exactly once per guard, whatever the number of racing callers; the others wait
 // until it has finished.
-void dispatch_once(dispatch_once_t* predicate, const dispatch_block_t& block);
+ZU_EXPORT void dispatch_once(dispatch_once_t* predicate, const dispatch_block_t& block);
 
 }  // namespace zu

@@ -2,10 +2,12 @@
 
 #include <functional>
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 // Something that runs jobs: the worker pool, or a thread's run loop.
-class DispatchExecutor {
+class ZU_EXPORT DispatchExecutor {
  public:
   virtual ~DispatchExecutor() = default;
   // Runs `job` later on one of the executor's threads. Safe from any thread.

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the worker pool behind the global queues.
+
 #include <atomic>
 #include <cstddef>
 #include <functional>

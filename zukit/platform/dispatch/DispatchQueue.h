@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/runtime/Object.h"
 
@@ -18,7 +19,7 @@ using dispatch_function_t = void (*)(void*);
 // A queue of blocks. Serial queues run one block at a time in submission order; concurrent
 // queues start blocks in order and let them overlap. Each queue has a label whose pointer is
 // stable for the queue's lifetime, and a table of queue-specific values.
-class DispatchQueue : public Object {
+class ZU_EXPORT DispatchQueue : public Object {
  public:
   ~DispatchQueue() override;
 

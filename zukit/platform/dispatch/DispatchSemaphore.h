@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "zukit/platform/dispatch/DispatchTime.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/runtime/Object.h"
 
@@ -11,7 +12,7 @@ namespace zu {
 
 // A counting semaphore. wait() takes one unit, blocking while none is left; signal() returns
 // one, waking a waiter. Created with 1 it serves as a non-recursive lock.
-class DispatchSemaphore final : public Object {
+class ZU_EXPORT DispatchSemaphore final : public Object {
  public:
   // A semaphore holding `value` units (negative values are refused by dispatch_semaphore_create).
   explicit DispatchSemaphore(long value);
@@ -32,10 +33,11 @@ class DispatchSemaphore final : public Object {
 using dispatch_semaphore_t = std::shared_ptr<DispatchSemaphore>;
 
 // A new semaphore with `value` units; none for a negative value.
-dispatch_semaphore_t dispatch_semaphore_create(long value);
+ZU_EXPORT dispatch_semaphore_t dispatch_semaphore_create(long value);
 // DispatchSemaphore::wait(); a missing semaphore answers non-zero at once.
-long dispatch_semaphore_wait(const dispatch_semaphore_t& semaphore, dispatch_time_t timeout);
+ZU_EXPORT long dispatch_semaphore_wait(const dispatch_semaphore_t& semaphore,
+                                       dispatch_time_t timeout);
 // DispatchSemaphore::signal(); a missing semaphore answers 0.
-long dispatch_semaphore_signal(const dispatch_semaphore_t& semaphore);
+ZU_EXPORT long dispatch_semaphore_signal(const dispatch_semaphore_t& semaphore);
 
 }  // namespace zu

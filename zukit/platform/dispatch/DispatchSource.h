@@ -5,6 +5,7 @@
 
 #include "zukit/platform/dispatch/DispatchQueue.h"
 #include "zukit/platform/dispatch/DispatchTime.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 
 namespace zu {
@@ -18,7 +19,7 @@ inline constexpr DispatchSourceType DISPATCH_SOURCE_TYPE_TIMER = DispatchSourceT
 // manual time (ManualClock) it fires as the clock is advanced. Fires that come while the handler is
 // still queued are merged into one call, and data() tells how many were merged. A source is created
 // suspended; while resumed and not cancelled it keeps itself alive.
-class DispatchSource final : public Object {
+class ZU_EXPORT DispatchSource final : public Object {
  public:
   // A suspended timer source whose handlers run on `queue`.
   explicit DispatchSource(dispatch_queue_t queue);
@@ -75,24 +76,27 @@ class DispatchSource final : public Object {
 using dispatch_source_t = std::shared_ptr<DispatchSource>;
 
 // A suspended timer source on `queue`; none when the queue is missing.
-dispatch_source_t dispatch_source_create(DispatchSourceType type, std::uintptr_t handle,
-                                         unsigned long mask, const dispatch_queue_t& queue);
+ZU_EXPORT dispatch_source_t dispatch_source_create(DispatchSourceType type, std::uintptr_t handle,
+                                                   unsigned long mask,
+                                                   const dispatch_queue_t& queue);
 // DispatchSource::setTimer().
-void dispatch_source_set_timer(const dispatch_source_t& source, dispatch_time_t start,
-                               std::uint64_t interval, std::uint64_t leeway);
+ZU_EXPORT void dispatch_source_set_timer(const dispatch_source_t& source, dispatch_time_t start,
+                                         std::uint64_t interval, std::uint64_t leeway);
 // DispatchSource::setEventHandler().
-void dispatch_source_set_event_handler(const dispatch_source_t& source, dispatch_block_t handler);
+ZU_EXPORT void dispatch_source_set_event_handler(const dispatch_source_t& source,
+                                                 dispatch_block_t handler);
 // DispatchSource::setCancelHandler().
-void dispatch_source_set_cancel_handler(const dispatch_source_t& source, dispatch_block_t handler);
+ZU_EXPORT void dispatch_source_set_cancel_handler(const dispatch_source_t& source,
+                                                  dispatch_block_t handler);
 // DispatchSource::cancel().
-void dispatch_source_cancel(const dispatch_source_t& source);
+ZU_EXPORT void dispatch_source_cancel(const dispatch_source_t& source);
 // DispatchSource::isCancelled(), as 0 or 1.
-long dispatch_source_testcancel(const dispatch_source_t& source);
+ZU_EXPORT long dispatch_source_testcancel(const dispatch_source_t& source);
 // DispatchSource::data().
-unsigned long dispatch_source_get_data(const dispatch_source_t& source);
+ZU_EXPORT unsigned long dispatch_source_get_data(const dispatch_source_t& source);
 // DispatchSource::resume().
-void dispatch_resume(const dispatch_source_t& source);
+ZU_EXPORT void dispatch_resume(const dispatch_source_t& source);
 // DispatchSource::suspend().
-void dispatch_suspend(const dispatch_source_t& source);
+ZU_EXPORT void dispatch_suspend(const dispatch_source_t& source);
 
 }  // namespace zu

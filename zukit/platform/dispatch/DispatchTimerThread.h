@@ -1,5 +1,8 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the thread that serves delayed work and timer
+// sources.
+
 #include <chrono>
 #include <functional>
 #include <memory>

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "zukit/platform/dispatch/DispatchExecutor.h"
+#include "zukit/platform/foundation/Export.h"
 
 namespace asio {
 class io_context;
@@ -16,7 +17,7 @@ namespace zu {
 // One event loop per thread, on an Asio io_context. The main run loop belongs to the process's
 // main thread and serves the main queue; the host (or a test) runs it there. Other threads get
 // their own loop on first use of current().
-class RunLoop final : public DispatchExecutor {
+class ZU_EXPORT RunLoop final : public DispatchExecutor {
  public:
   // The main thread's loop. It may be fetched from any thread, but only the main thread runs it.
   static RunLoop& main();

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): a queue kind behind dispatch_queue_create().
+
 #include <atomic>
 #include <deque>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): file replacement used by the stores.
+
 #include <sys/types.h>
 
 #include <cstdint>

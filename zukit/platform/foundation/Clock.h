@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the stores' second clock and its test hook.
+
 #include <cstdint>
 #include <optional>
 

@@ -3,10 +3,12 @@
 #include <compare>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 // An instant, kept as seconds (with fraction) since 1970-01-01 00:00:00 UTC.
-class Date {
+class ZU_EXPORT Date {
  public:
   constexpr Date() = default;
   // The instant `seconds` after 1970-01-01 00:00:00 UTC.

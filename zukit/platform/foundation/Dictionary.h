@@ -9,13 +9,15 @@
 #include <utility>
 #include <vector>
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 class Value;
 
 // A map from text keys to values that keeps its keys in insertion order, which is the order
 // in which it enumerates, prints and serialises them.
-class Dictionary {
+class ZU_EXPORT Dictionary {
  public:
   // One key and its value.
   using Entry = std::pair<std::string, Value>;

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): where the library places its files.
+
 #include <optional>
 #include <string>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): cross-process locking used by the stores.
+
 #include <string>
 
 namespace zu {

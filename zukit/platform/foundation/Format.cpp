@@ -5,6 +5,9 @@
 #include <cinttypes>
 #include <cstdio>
 #include <optional>
+#include <utility>
+
+#include "zukit/platform/runtime/Runtime.h"
 
 namespace zu {
 
@@ -343,6 +346,38 @@ class Formatter {
 };
 
 }  // namespace
+
+Value formatArgument(const Date& date) {
+  return Value(date);
+}
+
+Value formatArgument(const Dictionary& dictionary) {
+  return Value(dictionary);
+}
+
+Value formatArgument(const Array& array) {
+  return Value(array);
+}
+
+Value formatArgument(const Data& bytes) {
+  return Value(bytes);
+}
+
+Value formatArgument(const std::vector<std::string>& texts) {
+  Array array;
+  array.reserve(texts.size());
+  for (const std::string& text : texts)
+    array.emplace_back(text);
+  return Value(std::move(array));
+}
+
+Value formatArgument(const Class* cls) {
+  return cls != nullptr ? Value(NSStringFromClass(cls)) : Value();
+}
+
+Value formatArgument(Class* cls) {
+  return formatArgument(static_cast<const Class*>(cls));
+}
 
 std::string formatString(std::string_view format, std::span<const FormatArg> args) {
   return Formatter(format, args).run();

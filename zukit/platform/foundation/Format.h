@@ -3,17 +3,20 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
 
 // One argument of a printf-style format, kept by reference for the duration of the call.
-class FormatArg {
+class ZU_EXPORT FormatArg {
  public:
   // What the argument holds.
   enum class Kind : std::uint8_t { Signed, Unsigned, Real, Text, Pointer, Value, Object };
@@ -81,17 +84,47 @@ class FormatArg {
   const Object* _object = nullptr;
 };
 
+class Class;
+
+// What a value that is not a format argument of its own (see FormatArg) stands for in an
+// argument list: "%@" prints its description, as the platform prints the object it would be.
+// Dates, dictionaries, arrays and bytes print as property-list values; an optional value
+// prints its value, or "(null)" when absent; a list of texts prints as an array; a class
+// prints its name. Format arguments of their own are passed through untouched.
+template <class T>
+requires std::constructible_from<FormatArg, const T&>
+const T& formatArgument(const T& value) {
+  return value;
+}
+ZU_EXPORT Value formatArgument(const Date& date);
+ZU_EXPORT Value formatArgument(const Dictionary& dictionary);
+ZU_EXPORT Value formatArgument(const Array& array);
+ZU_EXPORT Value formatArgument(const Data& bytes);
+ZU_EXPORT Value formatArgument(const std::vector<std::string>& texts);
+ZU_EXPORT Value formatArgument(const Class* cls);
+ZU_EXPORT Value formatArgument(Class* cls);
+template <class T>
+Value formatArgument(const std::optional<T>& value) {
+  if (!value) return Value();
+  if constexpr (std::is_constructible_v<Value, const T&>) {
+    return Value(*value);
+  } else {
+    return Value(formatArgument(*value));
+  }
+}
+
 // Formats `format` with printf conversions (flags, width, precision, length modifiers, "*" and
 // "n$" positions) plus "%@", which prints any argument by its description. A missing argument
 // prints as "(null)" for "%@" and "%s" and as 0 for numbers; nothing ever reads past `args`.
 // Widths and precisions above 100000 are cut to 100000.
-std::string formatString(std::string_view format, std::span<const FormatArg> args);
+ZU_EXPORT std::string formatString(std::string_view format, std::span<const FormatArg> args);
 
-// formatString() with the arguments given inline.
+// formatString() with the arguments given inline; any value formatArgument() accepts may be
+// given. (The converted values live until the end of the full expression, so across the call.)
 template <class... Args>
 std::string format(std::string_view formatText, const Args&... args) {
-  const std::array<FormatArg, sizeof...(Args)> list{FormatArg(args)...};
-  return formatString(formatText, list);
+  return formatString(formatText,
+                      std::array<FormatArg, sizeof...(Args)>{FormatArg(formatArgument(args))...});
 }
 
 }  // namespace zu

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the formatters' cache invalidation.
+
 #include <cstdint>
 
 namespace zu {

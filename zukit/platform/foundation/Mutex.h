@@ -3,12 +3,13 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/ThreadAnnotations.h"
 
 namespace zu {
 
 // A std::mutex that clang's lock analysis can follow.
-class ZU_CAPABILITY("mutex") Mutex {
+class ZU_EXPORT ZU_CAPABILITY("mutex") Mutex {
  public:
   Mutex() = default;
   Mutex(const Mutex&) = delete;
@@ -26,7 +27,7 @@ class ZU_CAPABILITY("mutex") Mutex {
 };
 
 // Holds a Mutex for the enclosing scope.
-class ZU_SCOPED_CAPABILITY MutexLock {
+class ZU_EXPORT ZU_SCOPED_CAPABILITY MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) ZU_ACQUIRE(mutex) : _lock(mutex.native()) {}
   ~MutexLock() ZU_RELEASE() = default;

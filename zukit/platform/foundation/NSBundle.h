@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -12,8 +14,9 @@ namespace zu {
 // file these defaults stand in: CFBundleIdentifier "org.zukit.<executable name>",
 // CFBundleName and CFBundleExecutable the executable name, CFBundleShortVersionString "1.0",
 // CFBundleVersion "1".
-class NSBundle final : public Object {
+class ZU_EXPORT NSBundle final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSBundle, Object)
   // The running program's bundle, read once.
   static std::shared_ptr<NSBundle> mainBundle();
 

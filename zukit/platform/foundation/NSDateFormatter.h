@@ -5,8 +5,10 @@
 #include <string>
 
 #include "zukit/platform/foundation/Date.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSLocale.h"
 #include "zukit/platform/foundation/NSTimeZone.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -18,8 +20,9 @@ namespace zu {
 // (pattern, locale, time zone), and within one second a pattern whose only sub-second field is
 // "SSS" reuses the rest of the text. Both are invisible in the output, which is always what ICU
 // gives for that pattern, locale and zone.
-class NSDateFormatter final : public Object {
+class ZU_EXPORT NSDateFormatter final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSDateFormatter, Object)
   NSDateFormatter();
 
   // The pattern.

@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -11,8 +13,9 @@ namespace zu {
 inline constexpr const char* NSLocalizedDescriptionKey = "NSLocalizedDescription";
 
 // An error: a domain, a code and a user-info dictionary.
-class NSError final : public Object {
+class ZU_EXPORT NSError final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSError, Object)
   // An error in `domain` with `code` and `userInfo`.
   NSError(std::string domain, NSInteger code, Dictionary userInfo = {});
   // A shared error; the usual way to make one.

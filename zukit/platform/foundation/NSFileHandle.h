@@ -5,14 +5,17 @@
 #include <string>
 #include <string_view>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // An open file descriptor, closed when the handle goes away or on closeFile(). A handle is used
 // from one thread (or one serial queue) at a time.
-class NSFileHandle final : public Object {
+class ZU_EXPORT NSFileHandle final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSFileHandle, Object)
   // A handle writing an existing file from offset 0; none when the file cannot be opened.
   static std::shared_ptr<NSFileHandle> fileHandleForWritingAtPath(const std::string& path);
   // A handle reading a file from offset 0; none when the file cannot be opened.

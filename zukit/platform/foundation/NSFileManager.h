@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -23,8 +25,9 @@ inline constexpr NSInteger NSFileWriteFileExistsError = 516;
 using NSErrorOut = std::shared_ptr<NSError>*;
 
 // File-system operations on std::filesystem and POSIX calls. Stateless and safe from any thread.
-class NSFileManager final : public Object {
+class ZU_EXPORT NSFileManager final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSFileManager, Object)
   // The shared file manager.
   static std::shared_ptr<NSFileManager> defaultManager();
 
@@ -68,6 +71,6 @@ class NSFileManager final : public Object {
 };
 
 // An error of `errnoValue` for `path`, in the file error domain.
-std::shared_ptr<NSError> fileError(int errnoValue, const std::string& path);
+ZU_EXPORT std::shared_ptr<NSError> fileError(int errnoValue, const std::string& path);
 
 }  // namespace zu

@@ -2,8 +2,10 @@
 
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -25,8 +27,9 @@ enum NSJSONReadingOptions : unsigned long {
 // JSON text in the platform's dialect: pretty printing indents by two blanks and writes
 // "key" : value; "/" is escaped as "\/" unless asked otherwise; NSNull is null. Reading keeps
 // the document's key order (nlohmann-json does the parsing).
-class NSJSONSerialization {
+class ZU_EXPORT NSJSONSerialization {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSJSONSerialization, Object)
   // True when `object` can be written: an array or dictionary (at any depth) of text, finite
   // numbers, booleans, NSNull, arrays and dictionaries.
   static bool isValidJSONObject(const Value& object);

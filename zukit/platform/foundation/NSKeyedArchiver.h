@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -17,8 +19,9 @@ inline constexpr NSInteger NSPropertyListWriteStreamError = 3851;
 // as objects with a "$class" entry naming NSDate ("NS.time"), NSArray ("NS.objects"),
 // NSDictionary ("NS.keys", "NS.objects") or NSNull. Equal texts and each class are stored once.
 // The same graph always gives the same bytes. Stateless and safe from any thread.
-class NSKeyedArchiver {
+class ZU_EXPORT NSKeyedArchiver {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSKeyedArchiver, Object)
   // The archive of the graph rooted at `rootObject` (an absent root archives as nil). None, with
   // an error, for a graph that holds an object, an absent element, text that is not UTF-8, or
   // nesting deeper than 512 levels.

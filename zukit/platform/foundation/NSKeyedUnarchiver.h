@@ -2,8 +2,10 @@
 
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -16,8 +18,9 @@ inline constexpr NSInteger NSCoderReadCorruptError = 4864;
 // that is not a keyed archive, an unknown class, a reference out of range, a reference cycle,
 // nesting deeper than 512 levels, or shared references that would expand to more than 262,144
 // values and more than sixteen per reference in the archive. Stateless and safe from any thread.
-class NSKeyedUnarchiver {
+class ZU_EXPORT NSKeyedUnarchiver {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSKeyedUnarchiver, Object)
   // The root object of the archive; absent for an archive of nil and for unreadable input
   // (then with an error).
   static Value unarchiveObjectWithData(const Data& data, NSErrorOut error = nullptr);

@@ -3,13 +3,16 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // A locale by its ICU identifier ("en_US", "ar_EG", "zh_Hans_CN").
-class NSLocale final : public Object {
+class ZU_EXPORT NSLocale final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSLocale, Object)
   explicit NSLocale(std::string identifier) : _identifier(std::move(identifier)) {}
 
   // The process's current locale: ICU's default (from LANG and LC_* at start) unless

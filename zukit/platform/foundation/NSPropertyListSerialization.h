@@ -2,9 +2,11 @@
 
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -24,8 +26,9 @@ inline constexpr NSInteger NSPropertyListWriteInvalidError = 3851;
 // and other objects cannot be written. The binary format is the library's own (see
 // BinaryPropertyList) and keeps every value exactly; XML is written and parsed by libplist and
 // keeps dates to the whole second, from 1933 to 2069, and text without NUL.
-class NSPropertyListSerialization {
+class ZU_EXPORT NSPropertyListSerialization {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSPropertyListSerialization, Object)
   // True when every value in `plist` can be written as a property list (in the binary format;
   // XML also refuses text holding NUL and dates beyond 1933 to 2069).
   static bool propertyListIsValid(const Value& plist);

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 // Directories that NSSearchPathForDirectoriesInDomains() knows.
@@ -21,14 +23,13 @@ enum NSSearchPathDomainMask : unsigned long {
 // The user's directories of a kind. On Linux: Documents is ~/Documents, Library and Application
 // Support are $XDG_DATA_HOME, Caches is $XDG_CACHE_HOME. With `expandTilde` false a path under
 // the home directory starts with "~". Empty for other domains or kinds.
-std::vector<std::string> NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
-                                                             unsigned long domainMask,
-                                                             bool expandTilde);
+ZU_EXPORT std::vector<std::string> NSSearchPathForDirectoriesInDomains(
+    NSSearchPathDirectory directory, unsigned long domainMask, bool expandTilde);
 
 // The user's home directory.
-std::string NSHomeDirectory();
+ZU_EXPORT std::string NSHomeDirectory();
 
 // The directory for temporary files, ending with "/".
-std::string NSTemporaryDirectory();
+ZU_EXPORT std::string NSTemporaryDirectory();
 
 }  // namespace zu

@@ -5,8 +5,10 @@
 #include <string>
 #include <string_view>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/NSURL.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -22,8 +24,9 @@ inline constexpr NSInteger NSFileWriteInapplicableStringEncodingError = 517;
 
 // Text files: the file-reading and file-writing methods of the platform's string class.
 // Text is UTF-8 in memory; stateless and safe from any thread.
-class NSString {
+class ZU_EXPORT NSString {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSString, Object)
   // Writes `text` in `encoding` (no byte-order mark) to the file URL `url`. Atomically: through
   // a temporary file that then replaces the target, so readers see the old or the new text
   // whole. Missing directories are not created. False, with an error, for an absent or non-file

@@ -3,13 +3,16 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // A time zone by its IANA name ("Europe/Paris", "Asia/Shanghai", "UTC").
-class NSTimeZone final : public Object {
+class ZU_EXPORT NSTimeZone final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSTimeZone, Object)
   explicit NSTimeZone(std::string name) : _name(std::move(name)) {}
 
   // The process's current time zone: the system's (TZ, else /etc/localtime) unless

@@ -4,15 +4,18 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // A URL reference (RFC 3986): absolute ("https://host/a?b") or relative ("/a?b"). Like the
 // platform it refuses text with characters that a URL may not hold unescaped (blanks, controls,
 // non-ASCII, quotes, angle brackets, braces, "|", "\", "^", "`", stray "%", a second "#").
-class NSURL final : public Object {
+class ZU_EXPORT NSURL final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURL, Object)
   // The URL for `text`; none when the text is not valid text or not a well-formed URL.
   static std::shared_ptr<NSURL> URLWithString(const Value& text);
   // A "file://" URL for the path, percent-escaping what a path may not hold; a relative path is
@@ -68,8 +71,8 @@ class NSURL final : public Object {
 
 // `text` with every byte outside `allowed` (and outside ASCII letters and digits) written as
 // "%XX".
-std::string percentEncode(const std::string& text, const std::string& allowed);
+ZU_EXPORT std::string percentEncode(const std::string& text, const std::string& allowed);
 // `text` with "%XX" escapes decoded; malformed escapes stay as they are.
-std::string percentDecode(const std::string& text);
+ZU_EXPORT std::string percentDecode(const std::string& text);
 
 }  // namespace zu

@@ -4,6 +4,7 @@
 #include "zukit/platform/foundation/NSBundle.h"
 #include "zukit/platform/foundation/NSLog.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
+#include "zukit/platform/foundation/PreferenceDomain.h"
 
 namespace zu {
 
@@ -35,6 +36,10 @@ std::shared_ptr<NSUserDefaults> NSUserDefaults::initWithSuiteName(const Value& s
     return nullptr;
   }
   return std::make_shared<NSUserDefaults>(PreferenceDomain::domainAtPath(pathForDomain(*name)));
+}
+
+const std::string& NSUserDefaults::path() const {
+  return _domain->path();
 }
 
 NSUserDefaults::NSUserDefaults(std::shared_ptr<PreferenceDomain> domain)

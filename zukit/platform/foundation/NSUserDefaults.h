@@ -4,10 +4,13 @@
 #include <optional>
 #include <string>
 
-#include "zukit/platform/foundation/PreferenceDomain.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
+
+class PreferenceDomain;
 
 // A preferences store: the app's standard domain (named by the bundle identifier) or a named
 // suite, each a binary property-list file $XDG_CONFIG_HOME/zukit/preferences/<domain>.plist
@@ -15,8 +18,9 @@ namespace zu {
 // the process; changes reach the file on synchronize(). Reads see what other processes
 // synchronised: the file is read again whenever it was replaced. A damaged file reads as empty
 // and is kept aside at the next synchronize (see PreferenceDomain). Safe from any thread.
-class NSUserDefaults final : public Object {
+class ZU_EXPORT NSUserDefaults final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSUserDefaults, Object)
   // The app's standard store.
   static std::shared_ptr<NSUserDefaults> standardUserDefaults();
   // The store of the suite `suiteName`; an absent, NSNull or empty name gives the standard
@@ -62,7 +66,7 @@ class NSUserDefaults final : public Object {
   bool synchronize();
 
   // The file behind this store.
-  const std::string& path() const { return _domain->path(); }
+  const std::string& path() const;
 
  private:
   std::shared_ptr<PreferenceDomain> _domain;

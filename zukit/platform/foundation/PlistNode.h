@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): libplist helpers.
+
 #include <memory>
 
 #include <plist/plist.h>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the preference files behind NSUserDefaults.
+
 #include <memory>
 #include <optional>
 #include <string>

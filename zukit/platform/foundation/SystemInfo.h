@@ -1,5 +1,8 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): kernel and executable facts for identity and
+// the log header.
+
 #include <string>
 
 namespace zu {

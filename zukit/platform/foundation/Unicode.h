@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): UTF-8 helpers.
+
 #include <cstddef>
 #include <string>
 #include <string_view>

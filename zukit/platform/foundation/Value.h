@@ -13,6 +13,7 @@
 
 #include "zukit/platform/foundation/Date.h"
 #include "zukit/platform/foundation/Dictionary.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
 
 namespace zu {
@@ -29,14 +30,14 @@ using Data = std::vector<std::uint8_t>;
 using Array = std::vector<Value>;
 
 // The null placeholder object (NSNull): present, but standing for "nothing".
-struct Null {
+struct ZU_EXPORT Null {
   bool operator==(const Null&) const = default;
 };
 
 // One value type for property-list and JSON data and for "any object" arguments: absent, NSNull,
 // boolean, integer, real, text, bytes, date, array, dictionary, or an object. Absent and NSNull
 // are different values.
-class Value {
+class ZU_EXPORT Value {
  public:
   // What a Value holds.
   enum class Kind : std::uint8_t {
@@ -162,12 +163,12 @@ class Value {
 };
 
 // Writes the value's description.
-std::ostream& operator<<(std::ostream& stream, const Value& value);
+ZU_EXPORT std::ostream& operator<<(std::ostream& stream, const Value& value);
 
 // A text argument is valid when present, not NSNull, and not empty.
-bool isValidText(const Value& text);
+ZU_EXPORT bool isValidText(const Value& text);
 
 // The text of a valid text argument, or std::nullopt.
-std::optional<std::string> validText(const Value& text);
+ZU_EXPORT std::optional<std::string> validText(const Value& text);
 
 }  // namespace zu

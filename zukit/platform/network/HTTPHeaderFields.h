@@ -1,5 +1,8 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): header field bookkeeping of requests and
+// responses.
+
 #include <optional>
 #include <string>
 #include <string_view>

@@ -2,14 +2,17 @@
 
 #include <memory>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLResponse.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // A response and its body as the URL cache keeps them. Immutable.
-class NSCachedURLResponse final : public Object {
+class ZU_EXPORT NSCachedURLResponse final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSCachedURLResponse, Object)
   // An entry for `response` with body `data`.
   NSCachedURLResponse(std::shared_ptr<NSURLResponse> response, Data data)
       : _response(std::move(response)), _data(std::move(data)) {}

@@ -4,15 +4,18 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLResponse.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // The response to an HTTP request: status code, HTTP version and header fields. The media
 // type, expected length and text encoding come from Content-Type and Content-Length.
-class NSHTTPURLResponse final : public NSURLResponse {
+class ZU_EXPORT NSHTTPURLResponse final : public NSURLResponse {
  public:
+  ZU_RUNTIME_CLASS(NSHTTPURLResponse, NSURLResponse)
   // A response for `url`; header values that are not text are dropped.
   NSHTTPURLResponse(std::shared_ptr<NSURL> url, NSInteger statusCode, std::string HTTPVersion,
                     const Dictionary& headerFields);

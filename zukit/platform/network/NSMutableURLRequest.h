@@ -4,14 +4,17 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/network/NSURLRequest.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // A request that can be changed. Not safe to change from several threads at once; a task takes
 // its own copy, so later changes do not reach a task already made.
-class NSMutableURLRequest final : public NSURLRequest {
+class ZU_EXPORT NSMutableURLRequest final : public NSURLRequest {
  public:
+  ZU_RUNTIME_CLASS(NSMutableURLRequest, NSURLRequest)
   // A GET request for `url` with the protocol cache policy and the default timeout.
   static std::shared_ptr<NSMutableURLRequest> requestWithURL(std::shared_ptr<NSURL> url);
   // A request for `url` with the given cache policy and timeout.

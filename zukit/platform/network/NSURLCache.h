@@ -7,8 +7,10 @@
 #include <string>
 #include <unordered_map>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/network/NSCachedURLResponse.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -20,8 +22,9 @@ class NSHTTPURLResponse;
 // 200, it carries no "Cache-Control: no-store" and no Vary field, and it takes at most 5% of
 // the capacity. It counts as fresh for its Cache-Control max-age, else for Expires minus Date,
 // less any Age; otherwise (or with "no-cache") it is kept but stale. Safe from any thread.
-class NSURLCache final : public Object {
+class ZU_EXPORT NSURLCache final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLCache, Object)
   // The process-wide cache that default configurations use: 4 MiB.
   static std::shared_ptr<NSURLCache> sharedURLCache();
   // A cache holding up to `memoryCapacity` bytes of bodies and header fields.

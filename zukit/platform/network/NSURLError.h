@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/foundation/NSURL.h"
 
@@ -40,11 +41,11 @@ inline constexpr NSInteger NSURLErrorCannotWriteToFile = -3003;
 
 // The platform's English description of a code ("The request timed out."); for codes without
 // one, "unknown error".
-std::string NSURLErrorLocalizedDescription(NSInteger code);
+ZU_EXPORT std::string NSURLErrorLocalizedDescription(NSInteger code);
 
 // An error of NSURLErrorDomain with `code`, its description, the failing URL (when given) and
 // `detail` under NSDebugDescription (when not empty).
-std::shared_ptr<NSError> NSURLErrorMake(NSInteger code, const std::shared_ptr<NSURL>& url,
-                                        const std::string& detail = {});
+ZU_EXPORT std::shared_ptr<NSError> NSURLErrorMake(NSInteger code, const std::shared_ptr<NSURL>& url,
+                                                  const std::string& detail = {});
 
 }  // namespace zu

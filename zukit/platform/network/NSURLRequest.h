@@ -4,8 +4,10 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -40,8 +42,9 @@ inline constexpr NSTimeInterval NSURLRequestDefaultTimeoutInterval = 60;
 
 // An immutable HTTP request: URL, method, header fields, body, cache policy and timeout. A task
 // takes a copy of its request when it is created.
-class NSURLRequest : public Object {
+class ZU_EXPORT NSURLRequest : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLRequest, Object)
   // A GET request for `url` (which may be none: a task for it fails with unsupported URL), with
   // the protocol cache policy and the default timeout.
   static std::shared_ptr<NSURLRequest> requestWithURL(std::shared_ptr<NSURL> url);

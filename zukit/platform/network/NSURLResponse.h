@@ -4,7 +4,9 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -13,8 +15,9 @@ inline constexpr std::int64_t NSURLResponseUnknownLength = -1;
 
 // What a server said about a response, independent of the protocol: its URL, media type,
 // expected length and text encoding. Immutable.
-class NSURLResponse : public Object {
+class ZU_EXPORT NSURLResponse : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLResponse, Object)
   // A response for `url` with a media type ("" when unknown), expected length (-1 when
   // unknown) and text encoding name ("" when none).
   NSURLResponse(std::shared_ptr<NSURL> url, std::string MIMEType,

@@ -3,10 +3,12 @@
 #include <memory>
 
 #include "zukit/platform/dispatch/DispatchQueue.h"
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/network/NSURLRequest.h"
 #include "zukit/platform/network/NSURLSessionConfiguration.h"
 #include "zukit/platform/network/NSURLSessionDataTask.h"
 #include "zukit/platform/network/NSURLSessionDownloadTask.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -18,8 +20,9 @@ class URLSessionEngine;
 // resume() starts them. Every task completes exactly once. Transport failures arrive as
 // NSURLErrorDomain errors; an HTTP status of any value is a response, never an error.
 // Safe to use from any thread.
-class NSURLSession final : public Object {
+class ZU_EXPORT NSURLSession final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLSession, Object)
   // The process-wide session with the default configuration.
   static std::shared_ptr<NSURLSession> sharedSession();
   // A session with a copy of `configuration` (none: the default configuration).

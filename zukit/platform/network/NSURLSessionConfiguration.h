@@ -2,16 +2,19 @@
 
 #include <memory>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/NSURLCache.h"
 #include "zukit/platform/network/NSURLRequest.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
 // The settings a session is made with. A session takes a copy, so later changes to this object
 // do not reach a session already made. Not safe to change from several threads at once.
-class NSURLSessionConfiguration final : public Object {
+class ZU_EXPORT NSURLSessionConfiguration final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionConfiguration, Object)
   // Defaults: cellular access allowed, 60-second request timeout, 7-day resource timeout, the
   // protocol cache policy, the shared URL cache, 6 connections per host, no extra headers.
   static std::shared_ptr<NSURLSessionConfiguration> defaultSessionConfiguration();

@@ -4,7 +4,9 @@
 #include <memory>
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/network/NSURLSessionTask.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -15,8 +17,9 @@ using NSURLSessionDataTaskCompletionHandler =
                        std::shared_ptr<NSError> error)>;
 
 // A task whose body is collected in memory.
-class NSURLSessionDataTask final : public NSURLSessionTask {
+class ZU_EXPORT NSURLSessionDataTask final : public NSURLSessionTask {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionDataTask, NSURLSessionTask)
   bool isDownloadTask() const override { return false; }
 
   // Made by NSURLSession only.

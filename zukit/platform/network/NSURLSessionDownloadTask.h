@@ -3,8 +3,10 @@
 #include <functional>
 #include <memory>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/NSURL.h"
 #include "zukit/platform/network/NSURLSessionTask.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -16,8 +18,9 @@ using NSURLSessionDownloadTaskCompletionHandler =
                        std::shared_ptr<NSError> error)>;
 
 // A task whose body is written to a temporary file.
-class NSURLSessionDownloadTask final : public NSURLSessionTask {
+class ZU_EXPORT NSURLSessionDownloadTask final : public NSURLSessionTask {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionDownloadTask, NSURLSessionTask)
   bool isDownloadTask() const override { return true; }
 
   // Made by NSURLSession only.

@@ -6,10 +6,12 @@
 #include <optional>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSError.h"
 #include "zukit/platform/network/NSURLRequest.h"
 #include "zukit/platform/network/NSURLResponse.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -24,7 +26,7 @@ enum NSURLSessionTaskState : NSInteger {
 };
 
 // What a finished transfer hands its task.
-struct URLSessionTaskOutcome {
+struct ZU_EXPORT URLSessionTaskOutcome {
   std::shared_ptr<NSURLResponse> response;
   std::shared_ptr<NSError> error;
   // The body of a data task that succeeded.
@@ -36,8 +38,9 @@ struct URLSessionTaskOutcome {
 // One transfer of a session. Made suspended; resume() starts it. Its completion handler runs
 // exactly once, on the session's delegate queue, whether the transfer succeeds, fails, times
 // out or is cancelled. Safe to use from any thread.
-class NSURLSessionTask : public Object {
+class ZU_EXPORT NSURLSessionTask : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSURLSessionTask, Object)
   ~NSURLSessionTask() override;
 
   // The task's number, unique within its session.

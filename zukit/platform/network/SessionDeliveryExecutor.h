@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the delivery queue of a session.
+
 #include <functional>
 
 #include "zukit/platform/dispatch/DispatchExecutor.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the libcurl engine behind NSURLSession.
+
 // The transfer machinery behind NSURLSession: one thread per session driving a libcurl multi
 // handle, whose connection cache is the session's connection pool. Internal to the network
 // platform; NSURLSession and its tasks are the public face.

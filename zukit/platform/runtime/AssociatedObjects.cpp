@@ -6,6 +6,7 @@
 
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NoDestructor.h"
+#include "zukit/platform/runtime/AssociationTable.h"
 
 namespace zu {
 

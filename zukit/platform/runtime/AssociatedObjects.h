@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/ObjectRef.h"
 
@@ -25,20 +26,11 @@ enum objc_AssociationPolicy : std::uintptr_t {
 // selector), replacing what was there; an absent value removes the association. The values go
 // when the object is destroyed. Nothing happens for a null object or key, or an unknown policy.
 // Safe from any thread.
-void objc_setAssociatedObject(ObjectRef object, const void* key, const Value& value,
-                              objc_AssociationPolicy policy);
+ZU_EXPORT void objc_setAssociatedObject(ObjectRef object, const void* key, const Value& value,
+                                        objc_AssociationPolicy policy);
 // The value associated with `object` under `key`, or absent.
-Value objc_getAssociatedObject(ObjectRef object, const void* key);
+ZU_EXPORT Value objc_getAssociatedObject(ObjectRef object, const void* key);
 // Removes every value associated with `object`.
-void objc_removeAssociatedObjects(ObjectRef object);
-
-// The table behind the functions above (one for the process).
-class AssociationTable {
- public:
-  // Forgets the values of `object`, which is being destroyed.
-  static void objectDestroyed(const Object* object);
-  // Marks `object` as having associations.
-  static void markObject(const Object* object);
-};
+ZU_EXPORT void objc_removeAssociatedObjects(ObjectRef object);
 
 }  // namespace zu

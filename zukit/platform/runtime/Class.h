@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/CacheLine.h"
 #include "zukit/platform/runtime/Method.h"
 
@@ -16,22 +17,22 @@ class Class;
 namespace detail {
 
 // One slot of a method cache: a selector and the entry it resolves to (nullptr: none).
-struct MethodCacheBucket {
+struct ZU_EXPORT MethodCacheBucket {
   SEL selector = nullptr;
   Method method = nullptr;
 };
 
 // An immutable map from selector to resolved entry for one class, open-addressed, at most half
 // full. It is valid while the process-wide table epoch equals its own.
-struct alignas(kCacheLineSize) MethodCache {
-  std::uint64_t epoch = 0;
+struct ZU_EXPORT MethodCache {
+  alignas(kCacheLineSize) std::uint64_t epoch = 0;
   std::size_t mask = 0;
   std::size_t count = 0;
   std::vector<MethodCacheBucket, CacheLineAllocator<MethodCacheBucket>> buckets;
 };
 
 // Advanced whenever a method table gains an entry, which invalidates every cache at once.
-extern std::atomic<std::uint64_t> methodTableEpoch;
+ZU_EXPORT extern std::atomic<std::uint64_t> methodTableEpoch;
 
 // The first bucket to probe for `selector` in a table of mask + 1 buckets.
 inline std::size_t selectorBucket(SEL selector, std::size_t mask) {
@@ -44,7 +45,7 @@ inline std::size_t selectorBucket(SEL selector, std::size_t mask) {
 
 // A class of the object runtime: a name, a superclass and a method table. Classes are
 // registered once, by name, and live for the process; so do their method entries.
-class Class {
+class ZU_EXPORT Class {
  public:
   Class(std::string name, Class* superclass) : _name(std::move(name)), _superclass(superclass) {}
   ~Class();

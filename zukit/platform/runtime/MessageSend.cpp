@@ -100,6 +100,32 @@ bool isKindOfClass(ObjectRef object, const Class* cls) {
   return own != nullptr && cls != nullptr && own->isSubclassOfClass(cls);
 }
 
+Class* value_getClass(const Value& value) {
+  switch (value.kind()) {
+    case Value::Kind::Absent:
+      return nullptr;
+    case Value::Kind::Object:
+      return value.asObject()->runtimeClass();
+    case Value::Kind::Null:
+      return objc_getClass("NSNull");
+    case Value::Kind::Boolean:
+    case Value::Kind::Integer:
+    case Value::Kind::Real:
+      return objc_getClass("NSNumber");
+    case Value::Kind::String:
+      return objc_getClass("NSString");
+    case Value::Kind::Bytes:
+      return objc_getClass("NSData");
+    case Value::Kind::Date:
+      return objc_getClass("NSDate");
+    case Value::Kind::List:
+      return objc_getClass("NSArray");
+    case Value::Kind::Dictionary:
+      return objc_getClass("NSDictionary");
+  }
+  return nullptr;
+}
+
 bool respondsToSelector(ObjectRef object, SEL selector) {
   return object && selector != nullptr &&
          detail::lookupMethod(object.get()->runtimeClass(), selector) != nullptr;

@@ -3,6 +3,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Class.h"
 #include "zukit/platform/runtime/Method.h"
@@ -20,7 +21,7 @@ namespace zu {
 
 namespace detail {
 
-Method lookupMethodSlow(Class* cls, SEL selector);
+ZU_EXPORT Method lookupMethodSlow(Class* cls, SEL selector);
 
 // The entry answering `selector` for instances of `cls`, or nullptr: the class's cache when it
 // is current, else a lookup that refreshes the cache.
@@ -44,8 +45,9 @@ enum class CallCheck : unsigned char { Call, Refuse };
 // The slow half of the check: a signature that is the same type under another type_info
 // object is accepted; otherwise the refusal is reported on the console, naming `cls` (the
 // receiver's class when nullptr).
-CallCheck checkCall(const Object* receiver, Class* cls, SEL selector, IMP implementation,
-                    const std::type_info& wanted, const char* wantedTypes, bool isDirectCall);
+ZU_EXPORT CallCheck checkCall(const Object* receiver, Class* cls, SEL selector, IMP implementation,
+                              const std::type_info& wanted, const char* wantedTypes,
+                              bool isDirectCall);
 
 template <class R, class... Args>
 R callChecked(IMP implementation, Object* self, Class* cls, SEL selector, bool isDirectCall,
@@ -69,11 +71,15 @@ inline Class* object_getClass(ObjectRef object) {
   return object ? object.get()->runtimeClass() : nullptr;
 }
 // The name of the runtime class of `object`; "" for no object.
-std::string object_getClassName(ObjectRef object);
+ZU_EXPORT std::string object_getClassName(ObjectRef object);
 // True when `object`'s runtime class is `cls` or inherits from it.
-bool isKindOfClass(ObjectRef object, const Class* cls);
+ZU_EXPORT bool isKindOfClass(ObjectRef object, const Class* cls);
+// The class of what `value` holds: an object's runtime class; for the other kinds the platform
+// class the value stands for: NSString (text), NSNumber (booleans and numbers), NSData, NSDate,
+// NSArray, NSDictionary, NSNull. nullptr for an absent value.
+ZU_EXPORT Class* value_getClass(const Value& value);
 // True when `object` answers `selector`.
-bool respondsToSelector(ObjectRef object, SEL selector);
+ZU_EXPORT bool respondsToSelector(ObjectRef object, SEL selector);
 
 // Sends `selector` with `args` to `receiver` and returns the implementation's result. Name the
 // types the implementation takes, as in objc_msgSend<void, bool>(controller, selector, true) for
@@ -117,9 +123,9 @@ R imp_call(IMP implementation, ObjectRef receiver, SEL selector, Args... args) {
 
 // Sends `selector` without arguments; the implementation may return nothing, a Value or an id.
 // Gives its result (absent for nothing), or absent when refused or not answered.
-Value performSelector(ObjectRef receiver, SEL selector);
+ZU_EXPORT Value performSelector(ObjectRef receiver, SEL selector);
 // Sends `selector` with one object argument; the implementation takes a `const Value&`, a
 // Value, a `const id&` or an id and returns nothing, a Value or an id.
-Value performSelector(ObjectRef receiver, SEL selector, const Value& object);
+ZU_EXPORT Value performSelector(ObjectRef receiver, SEL selector, const Value& object);
 
 }  // namespace zu

@@ -4,6 +4,7 @@
 #include <string>
 #include <typeinfo>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/CacheLine.h"
 #include "zukit/platform/runtime/Selector.h"
 #include "zukit/platform/runtime/TypeEncoding.h"
@@ -15,9 +16,9 @@ class Object;
 // A method implementation: a plain function R (*)(Object* self, SEL _cmd, Args...) kept
 // type-erased together with the identity of its exact C++ type, so that every call through the
 // runtime can be checked against the signature the function really has.
-struct alignas(kCacheLineSize) objc_implementation {
+struct ZU_EXPORT objc_implementation {
   // The function, cast to a common pointer type; called back only through its own type.
-  void (*function)();
+  alignas(kCacheLineSize) void (*function)();
   // The exact function type.
   const std::type_info* signature;
   // Its type encoding, such as "v@:B".
@@ -29,7 +30,8 @@ using IMP = const objc_implementation*;
 
 namespace detail {
 // The one record for `function` of type `signature`, made on first use and never freed.
-IMP internImplementation(void (*function)(), const std::type_info& signature, const char* types);
+ZU_EXPORT IMP internImplementation(void (*function)(), const std::type_info& signature,
+                                   const char* types);
 }  // namespace detail
 
 // The implementation record of `function`, whose first two parameters are the receiver and the
@@ -54,7 +56,7 @@ bool imp_hasSignature(IMP implementation) {
 
 // A method entry of a class: a selector, the implementation in force and a type encoding. An
 // entry keeps its identity for the life of the process; its implementation may be replaced.
-struct alignas(kCacheLineSize) objc_method {
+struct ZU_EXPORT objc_method {
   objc_method(SEL methodSelector, IMP methodImplementation, std::string methodTypes)
       : selector(methodSelector),
         implementation(methodImplementation),
@@ -63,7 +65,7 @@ struct alignas(kCacheLineSize) objc_method {
   objc_method& operator=(const objc_method&) = delete;
 
   // The selector the entry answers.
-  const SEL selector;
+  alignas(kCacheLineSize) const SEL selector;
   // The implementation in force; read by every send, replaced by method_setImplementation().
   std::atomic<IMP> implementation;
   // The type encoding given when the entry was added.

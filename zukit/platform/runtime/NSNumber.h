@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/NSValue.h"
 #include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
@@ -12,9 +14,9 @@ namespace zu {
 // expected (callback arguments, associated values). A Value holding one is an object, not a
 // number: it compares equal only to another number object of equal value, and must be unboxed
 // (NSNumber::from(value)->integerValue()) to be read as a number.
-class NSNumber final : public Object {
+class ZU_EXPORT NSNumber final : public NSValue {
  public:
-  ZU_RUNTIME_CLASS(NSNumber, Object)
+  ZU_RUNTIME_CLASS(NSNumber, NSValue)
 
   // Made by the factories below.
   explicit NSNumber(Value number);

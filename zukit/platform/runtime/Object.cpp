@@ -7,7 +7,7 @@
 #include <functional>
 #include <typeinfo>
 
-#include "zukit/platform/runtime/AssociatedObjects.h"
+#include "zukit/platform/runtime/AssociationTable.h"
 #include "zukit/platform/runtime/Runtime.h"
 
 namespace zu {

@@ -5,13 +5,15 @@
 #include <memory>
 #include <string>
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 class Class;
 
 // The root object class. Objects are reference counted through std::shared_ptr (`id`) and held
 // weakly through std::weak_ptr where a holder must not keep them alive.
-class Object : public std::enable_shared_from_this<Object> {
+class ZU_EXPORT Object : public std::enable_shared_from_this<Object> {
  public:
   Object() = default;
   virtual ~Object();

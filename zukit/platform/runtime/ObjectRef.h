@@ -3,6 +3,7 @@
 #include <concepts>
 #include <memory>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/runtime/Object.h"
 
 namespace zu {
@@ -10,7 +11,7 @@ namespace zu {
 // A non-owning reference to an object, made implicitly from a raw pointer or any shared pointer
 // to an object; the runtime's functions take it so that callers need not convert. The caller
 // keeps the object alive for the duration of the call.
-class ObjectRef {
+class ZU_EXPORT ObjectRef {
  public:
   // No object.
   ObjectRef(std::nullptr_t = nullptr) {}  // NOLINT(google-explicit-constructor)

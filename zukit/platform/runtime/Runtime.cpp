@@ -10,6 +10,8 @@
 
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NoDestructor.h"
+#include "zukit/platform/runtime/ClassCatalog.h"
+#include "zukit/platform/runtime/MessageSend.h"
 
 namespace zu {
 
@@ -19,9 +21,15 @@ std::atomic<std::uint64_t> methodTableEpoch{1};
 
 namespace {
 
+struct RegisteredClass {
+  std::unique_ptr<Class> cls;
+  // Whether a setup function has run (or is running) for the class.
+  bool setUp = false;
+};
+
 struct ClassTable {
   Mutex mutex;
-  std::unordered_map<std::string, std::unique_ptr<Class>> classes ZU_GUARDED_BY(mutex);
+  std::unordered_map<std::string, RegisteredClass> classes ZU_GUARDED_BY(mutex);
 };
 
 ClassTable& table() {
@@ -146,24 +154,38 @@ Class* objc_registerClass(std::string_view name, Class* superclass) {
 
 Class* objc_registerClass(std::string_view name, Class* superclass, void (*setup)(Class*)) {
   ClassTable& classes = table();
-  Class* created = nullptr;
+  Class* cls = nullptr;
+  bool runSetup = false;
   {
     MutexLock lock(classes.mutex);
-    auto& slot = classes.classes[std::string(name)];
-    if (slot) return slot.get();
-    slot = std::make_unique<Class>(std::string(name), superclass);
-    created = slot.get();
+    RegisteredClass& slot = classes.classes[std::string(name)];
+    if (!slot.cls) slot.cls = std::make_unique<Class>(std::string(name), superclass);
+    cls = slot.cls.get();
+    // A class registered by name alone (by the catalog or a host) still gets its methods when
+    // its C++ class registers it with its setup.
+    runSetup = setup != nullptr && !slot.setUp;
+    if (runSetup) slot.setUp = true;
   }
-  if (setup != nullptr) setup(created);
-  return created;
+  if (runSetup) setup(cls);
+  return cls;
 }
 
-Class* objc_getClass(std::string_view name) {
-  rootClass();
+namespace {
+
+Class* registeredClass(std::string_view name) {
   ClassTable& classes = table();
   MutexLock lock(classes.mutex);
   const auto found = classes.classes.find(std::string(name));
-  return found == classes.classes.end() ? nullptr : found->second.get();
+  return found == classes.classes.end() ? nullptr : found->second.cls.get();
+}
+
+}  // namespace
+
+Class* objc_getClass(std::string_view name) {
+  if (Class* cls = registeredClass(name)) return cls;
+  // Every class the library defines or stands in for is known from the first lookup on.
+  detail::ensureClassCatalog();
+  return registeredClass(name);
 }
 
 Class* NSClassFromString(const Value& name) {

@@ -3,13 +3,14 @@
 #include <string>
 #include <string_view>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
 
 // An interned method name. Two selectors with the same name are the same pointer, so selectors
 // compare and hash by address.
-struct objc_selector {
+struct ZU_EXPORT objc_selector {
   explicit objc_selector(std::string selectorName) : name(std::move(selectorName)) {}
   objc_selector(const objc_selector&) = delete;
   objc_selector& operator=(const objc_selector&) = delete;
@@ -22,13 +23,13 @@ struct objc_selector {
 using SEL = const objc_selector*;
 
 // The selector named `name`, registered on first use and never freed. Safe from any thread.
-SEL sel_registerName(std::string_view name);
+ZU_EXPORT SEL sel_registerName(std::string_view name);
 // The selector's name; "<null selector>" for nullptr.
-const char* sel_getName(SEL selector);
+ZU_EXPORT const char* sel_getName(SEL selector);
 // The selector named by valid UTF-8 text `name`; nullptr for absent, NSNull, empty, non-text or
 // non-UTF-8 input.
-SEL NSSelectorFromString(const Value& name);
+ZU_EXPORT SEL NSSelectorFromString(const Value& name);
 // The selector's name; "" for nullptr.
-std::string NSStringFromSelector(SEL selector);
+ZU_EXPORT std::string NSStringFromSelector(SEL selector);
 
 }  // namespace zu

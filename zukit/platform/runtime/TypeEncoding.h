@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <typeinfo>
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
 #include "zukit/platform/runtime/Selector.h"
@@ -23,7 +24,7 @@ class Class;
 namespace detail {
 
 // The readable name of a C++ type, namespaces included.
-std::string demangledTypeName(const std::type_info& type);
+ZU_EXPORT std::string demangledTypeName(const std::type_info& type);
 
 template <class T>
 struct IsSharedObjectPointer : std::false_type {};

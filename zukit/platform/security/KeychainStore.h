@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the files behind the keychain calls.
+
 #include <string>
 #include <vector>
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/security/SecBase.h"
 
@@ -63,17 +64,17 @@ inline constexpr const char* kSecReturnData = "r_Data";
 // Finds the items that match every attribute of `query` (kSecClass required). `result`, when
 // given, receives what the kSecReturn* keys ask for: a dictionary or Data for one item, an array
 // for several, nothing when no kSecReturn* key is true. errSecItemNotFound when nothing matched.
-OSStatus SecItemCopyMatching(const Dictionary& query, Value* result);
+ZU_EXPORT OSStatus SecItemCopyMatching(const Dictionary& query, Value* result);
 // Adds an item with `attributes` and kSecValueData (kSecClass required). errSecDuplicateItem
 // when the group holds an item with the same account and service (both "" when not given).
 // `result`, when given, receives what kSecReturn* keys in `attributes` ask for.
-OSStatus SecItemAdd(const Dictionary& attributes, Value* result);
+ZU_EXPORT OSStatus SecItemAdd(const Dictionary& attributes, Value* result);
 // Changes the attributes and secret of every item that matches `query`, to those of
 // `attributesToUpdate` (attributes and kSecValueData only; a new kSecAttrAccessGroup moves the
 // item). errSecItemNotFound when nothing matched; errSecDuplicateItem, changing nothing, when
 // the change would make two items duplicates.
-OSStatus SecItemUpdate(const Dictionary& query, const Dictionary& attributesToUpdate);
+ZU_EXPORT OSStatus SecItemUpdate(const Dictionary& query, const Dictionary& attributesToUpdate);
 // Deletes every item that matches `query`. errSecItemNotFound when nothing matched.
-OSStatus SecItemDelete(const Dictionary& query);
+ZU_EXPORT OSStatus SecItemDelete(const Dictionary& query);
 
 }  // namespace zu

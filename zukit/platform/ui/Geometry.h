@@ -13,21 +13,21 @@ using CGFloat = double;
 using NSTimeInterval = double;
 
 // A point.
-struct CGPoint {
+struct ZU_EXPORT CGPoint {
   CGFloat x = 0;
   CGFloat y = 0;
   bool operator==(const CGPoint&) const = default;
 };
 
 // A size.
-struct CGSize {
+struct ZU_EXPORT CGSize {
   CGFloat width = 0;
   CGFloat height = 0;
   bool operator==(const CGSize&) const = default;
 };
 
 // A rectangle: an origin and a size.
-struct CGRect {
+struct ZU_EXPORT CGRect {
   CGPoint origin;
   CGSize size;
   bool operator==(const CGRect&) const = default;

@@ -4,13 +4,15 @@
 #include <cstdint>
 #include <optional>
 
+#include "zukit/platform/foundation/Export.h"
+
 namespace zu {
 
 // The encodings an image can be decoded from.
 enum class ImageFormat : std::uint8_t { PNG, JPEG, GIF };
 
 // What the structure of an encoded image says: its format and size in pixels.
-struct ImageHeader {
+struct ZU_EXPORT ImageHeader {
   ImageFormat format = ImageFormat::PNG;
   std::uint32_t width = 0;
   std::uint32_t height = 0;
@@ -24,6 +26,6 @@ struct ImageHeader {
 //   precision, size and components, followed by a start-of-scan;
 // - GIF: the GIF87a/GIF89a signature, a non-empty logical screen, its colour table, and
 //   extension blocks up to an image descriptor that lies inside the screen, with its data.
-std::optional<ImageHeader> readImageHeader(const std::uint8_t* bytes, std::size_t length);
+ZU_EXPORT std::optional<ImageHeader> readImageHeader(const std::uint8_t* bytes, std::size_t length);
 
 }  // namespace zu

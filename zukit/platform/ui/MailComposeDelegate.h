@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/MessageSend.h"
 
@@ -12,12 +13,13 @@ using MailComposeDidFinishFunction = void (*)(Object* self, SEL selector, const 
                                               NSInteger result, const Value& error);
 
 // The selector "mailComposeController:didFinishWithResult:error:".
-SEL mailComposeControllerDidFinishSelector();
+ZU_EXPORT SEL mailComposeControllerDidFinishSelector();
 
 // Tells `delegate` how the composer `controller` ended, as the platform does when the user
-// leaves it: sends the selector through the runtime when the delegate answers it, and does
-// nothing otherwise (or for no delegate).
-void mailComposeControllerDidFinish(ObjectRef delegate, const Value& controller, NSInteger result,
-                                    const Value& error);
+// leaves it: sends the selector through the runtime when the delegate answers it, holding the
+// delegate (when a shared pointer owns it) until the message returns, and does nothing
+// otherwise (or for no delegate).
+ZU_EXPORT void mailComposeControllerDidFinish(ObjectRef delegate, const Value& controller,
+                                              NSInteger result, const Value& error);
 
 }  // namespace zu

@@ -4,6 +4,7 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Mutex.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/ui/UIImage.h"
 #include "zukit/platform/ui/UIView.h"
 

@@ -331,20 +331,33 @@ void UIViewController::dismissViewControllerAnimated(bool animated,
   }
 }
 
+namespace {
+
+// Sends an appearance message. The system holds the controller while it does, as the
+// platform's view hierarchy does: code the message runs (an interception's callbacks
+// included) may drop every other reference to it.
+void sendAppearance(ObjectRef controller, SEL selector, bool animated) {
+  const std::shared_ptr<Object> held =
+      controller ? controller.get()->weak_from_this().lock() : nullptr;
+  objc_msgSend<void, bool>(controller, selector, animated);
+}
+
+}  // namespace
+
 void viewControllerWillAppear(ObjectRef controller, bool animated) {
-  objc_msgSend<void, bool>(controller, willAppearSelector(), animated);
+  sendAppearance(controller, willAppearSelector(), animated);
 }
 
 void viewControllerDidAppear(ObjectRef controller, bool animated) {
-  objc_msgSend<void, bool>(controller, didAppearSelector(), animated);
+  sendAppearance(controller, didAppearSelector(), animated);
 }
 
 void viewControllerWillDisappear(ObjectRef controller, bool animated) {
-  objc_msgSend<void, bool>(controller, willDisappearSelector(), animated);
+  sendAppearance(controller, willDisappearSelector(), animated);
 }
 
 void viewControllerDidDisappear(ObjectRef controller, bool animated) {
-  objc_msgSend<void, bool>(controller, didDisappearSelector(), animated);
+  sendAppearance(controller, didDisappearSelector(), animated);
 }
 
 }  // namespace zu

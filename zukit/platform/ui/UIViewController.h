@@ -128,7 +128,8 @@ class ZU_EXPORT UIViewController : public UIResponder {
 };
 
 // The platform's appearance messages: each sends its selector with `animated` to `controller`
-// through the runtime (nothing for no controller).
+// through the runtime (nothing for no controller), holding the controller (when a shared
+// pointer owns it) until the message returns.
 ZU_EXPORT void viewControllerWillAppear(ObjectRef controller, bool animated);
 ZU_EXPORT void viewControllerDidAppear(ObjectRef controller, bool animated);
 ZU_EXPORT void viewControllerWillDisappear(ObjectRef controller, bool animated);
