@@ -31,7 +31,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZuKitConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/ZuKitConfigVersion.cmake
         DESTINATION ${ZUKIT_PACKAGE_DIR})
 
-# libcurl, ICU and libplist are libzukit.so's own: a host needs none of their headers.
+# libcurl, ICU, libplist, cairo, Pango, libmnl and libsystemd are libzukit.so's own: a host needs
+# none of their headers.
 file(RELATIVE_PATH ZUKIT_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" ZUKIT_PC_TO_PREFIX "${ZUKIT_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zukit.pc.in ${CMAKE_CURRENT_BINARY_DIR}/zukit.pc @ONLY)

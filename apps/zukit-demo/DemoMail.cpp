@@ -20,8 +20,7 @@
 #include "apps/zukit-demo/DemoSection.h"
 #include "zukit/core/ZuLogger.h"
 #include "zukit/platform/dispatch/RunLoop.h"
-#include "zukit/platform/foundation/Environment.h"
-#include "zukit/platform/foundation/SystemInfo.h"
+#include "zukit/platform/foundation/NSSearchPath.h"
 #include "zukit/platform/mail/MFMailComposeViewController.h"
 #include "zukit/platform/ui/UIAlertController.h"
 #include "zukit/platform/ui/UIApplication.h"
@@ -118,7 +117,7 @@ void sayReceived(const zukit::loopback::EmbeddedSmtpServer::Message& message) {
 }
 
 int runChild(const char* name, std::chrono::steady_clock::duration* took = nullptr) {
-  std::string self = zu::executablePath();
+  std::string self = demoExecutablePath();
   std::vector<std::string> arguments{self, "--child", name};
   std::vector<char*> argv;
   argv.reserve(arguments.size() + 1);
@@ -167,7 +166,7 @@ int showMailInChild() {
   waitOnMainLoop([&composer] {
     return composer->appearanceState() == zu::UIViewController::AppearanceState::Appeared;
   });
-  const std::string composerPicture = zu::homeDirectory() + "/mail-composer.png";
+  const std::string composerPicture = zu::NSHomeDirectory() + "/mail-composer.png";
   if (zu::ViewRenderer::writePNG(*app.window, composerPicture, 2)) {
     sayf("the composer on screen: %@", composerPicture);
   }
@@ -202,7 +201,7 @@ int showMailInChild() {
   });
   sayf(R"(  alert "%@" with the one button "%@")", alert->title(),
        alert->actions().front()->title());
-  const std::string alertPicture = zu::homeDirectory() + "/mail-no-account-alert.png";
+  const std::string alertPicture = zu::NSHomeDirectory() + "/mail-no-account-alert.png";
   if (zu::ViewRenderer::writePNG(*app.window, alertPicture, 2)) {
     sayf("  the alert on screen: %@", alertPicture);
   }

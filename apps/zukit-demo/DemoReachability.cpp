@@ -19,7 +19,6 @@
 #include "zukit/network/ZuReachabilityManager.h"
 #include "zukit/platform/dispatch/RunLoop.h"
 #include "zukit/platform/foundation/NSNotificationCenter.h"
-#include "zukit/platform/foundation/SystemInfo.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration)
 
@@ -99,7 +98,7 @@ void showReachability(DemoContext& /*context*/) {
 
   // The namespace is made in a child process, so the rest of the tour keeps the machine's
   // network.
-  std::string self = zu::executablePath();
+  std::string self = demoExecutablePath();
   std::vector<std::string> arguments{self, "--child", "reachability"};
   std::vector<char*> argv;
   argv.reserve(arguments.size() + 1);

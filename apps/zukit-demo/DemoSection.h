@@ -33,6 +33,9 @@ class DemoChildRegistration {
   DemoChildRegistration(const char* name, DemoChildFunction child);
 };
 
+// The path of the running zukit-demo, for starting child parts.
+std::string demoExecutablePath();
+
 // Runs the child part `name`; exit status 2 when there is none.
 int runDemoChild(const std::string& name);
 

@@ -50,6 +50,11 @@ DemoChildRegistration::DemoChildRegistration(const char* name, DemoChildFunction
   children().emplace(name, child);
 }
 
+std::string demoExecutablePath() {
+  std::error_code ignored;
+  return std::filesystem::read_symlink("/proc/self/exe", ignored).string();
+}
+
 int runDemoChild(const std::string& name) {
   const auto found = children().find(name);
   return found == children().end() ? 2 : found->second();

@@ -93,7 +93,11 @@ std::vector<HeaderDeclaration> headerDeclarations(const std::string& header) {
     }
     // A template's head, with its constraints, covers the declaration that follows it.
     if (startsWith(line, "requires") && startsWith(previous, "template")) line = previous;
-    if (line.empty() || line[0] == ' ' || startsWith(previous, "template")) continue;
+    if (line.empty() || line[0] == ' ') continue;
+    // A class template is a public name of its own (its instantiations' type descriptors are
+    // exported with it); function and variable templates are compiled into each user.
+    const bool templated = startsWith(previous, "template");
+    if (templated && !std::regex_search(line, classHead)) continue;
     static const std::vector<std::string_view> skipped{"#",
                                                        "//",
                                                        "}",
@@ -113,7 +117,11 @@ std::vector<HeaderDeclaration> headerDeclarations(const std::string& header) {
     }
     HeaderDeclaration declaration;
     declaration.where = header + ":" + std::to_string(number);
-    declaration.exported = line.find("ZU_EXPORT") != std::string::npos;
+    declaration.isTemplate = templated;
+    // A long declaration may carry the mark and its return type on the line before its name.
+    const bool markedAbove = startsWith(previous, "ZU_EXPORT ") && previous.back() != ';' &&
+                             previous.back() != '{' && previous.back() != '}';
+    declaration.exported = markedAbove || line.find("ZU_EXPORT") != std::string::npos;
     if (std::regex_search(line, match, classHead)) {
       // A forward declaration names a class that is defined elsewhere.
       if (line.back() == ';' && line.find('{') == std::string::npos) continue;

@@ -15,6 +15,8 @@ struct HeaderDeclaration {
   std::string qualifiedName;
   // True when the declaration carries ZU_EXPORT.
   bool exported = false;
+  // True for a class template, which needs the mark only when the library itself instantiates it.
+  bool isTemplate = false;
   // "zukit/...h:line", for messages.
   std::string where;
 };

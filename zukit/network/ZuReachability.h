@@ -7,6 +7,7 @@
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/network/SCNetworkReachability.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // How the network can be reached.
 enum ZuNetworkStatus : std::int64_t {
@@ -26,6 +27,7 @@ enum ZuNetworkStatus : std::int64_t {
 // std::shared_ptr, as the factories make it.
 class ZU_EXPORT ZuReachability final : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuReachability, zu::Object)
   // A watcher for host `hostName` (resolved by name, off the caller's thread); none when the
   // name is not valid text or the platform refuses it.
   static std::shared_ptr<ZuReachability> reachabilityWithHostName(const zu::Value& hostName);

@@ -7,6 +7,7 @@
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/telephony/CTTelephonyNetworkInfo.h"
 
 // The process-wide view of the network that host SDKs ask: whether there is one, whether it is
@@ -14,6 +15,7 @@
 // startReachability() every query reports no network. Queries are safe from any thread.
 class ZU_EXPORT ZuReachabilityManager final : public zu::Object {
  public:
+  ZU_RUNTIME_CLASS(ZuReachabilityManager, zu::Object)
   // The shared manager, made once on first use together with its telephony information.
   static std::shared_ptr<ZuReachabilityManager> sharedManager();
 

@@ -1,8 +1,9 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the stores' log of damaged files.
+
 #include <string>
 
-#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/StoreFile.h"
 
 // Logs at level 5 (ZuLogLevelError), under the caller's printed name, every store file (keychain
@@ -10,7 +11,7 @@
 // this thread: such files are kept aside or left alone, never replaced, and the platform says so
 // on the console only, since it cannot reach the logger. Make one around a call that writes a
 // store; it logs when it goes.
-class ZU_EXPORT ZuStoreDamageLog {
+class ZuStoreDamageLog {
  public:
   // Collects until destroyed; `function` is the printed name, such as
   // "-[ZuKeychainItemWrapper writeToKeychain]".

@@ -11,7 +11,7 @@
 
 // Where a menu entry sits relative to its ball's centre while the fan is open, in points, y
 // growing downwards as on the screen.
-struct ZuOffset {
+struct ZU_EXPORT ZuOffset {
   zu::CGFloat x = 0;
   zu::CGFloat y = 0;
   bool operator==(const ZuOffset&) const = default;

@@ -1,10 +1,11 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the binary property-list reader and writer.
+
 #include <cstdint>
 #include <optional>
 #include <span>
 
-#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
@@ -22,7 +23,7 @@ namespace zu {
 // characters, and a UTF-16 surrogate without its partner reads as U+FFFD, so that whatever is
 // read is valid UTF-8 and can be written back. Keyed-archive UIDs read as {"CF$UID": n}; sets as
 // arrays; integers beyond the 64-bit range as reals. Stateless and safe from any thread.
-class ZU_EXPORT BinaryPropertyList {
+class BinaryPropertyList {
  public:
   // True when `bytes` begin with the signature "bplist00".
   static bool hasSignature(std::span<const std::uint8_t> bytes);

@@ -5,6 +5,8 @@
 
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
+#include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -13,6 +15,7 @@ namespace zu {
 // sense of, a call they cannot honour); callers that must go on catch it by reference.
 class ZU_EXPORT NSException : public std::exception {
  public:
+  ZU_RUNTIME_CLASS_NAME(NSException, Object)
   // An exception with `name`, `reason` and `userInfo` (absent when there is none).
   NSException(std::string name, std::string reason, Value userInfo = {});
 

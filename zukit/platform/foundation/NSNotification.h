@@ -6,6 +6,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 namespace zu {
 
@@ -13,6 +14,7 @@ namespace zu {
 // optional user information. Immutable, so observers on any thread may keep it.
 class ZU_EXPORT NSNotification final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSNotification, Object)
   // A notification named `name` from `object`, with `userInfo` (a dictionary, or absent).
   static std::shared_ptr<NSNotification> notificationWithName(std::string name, id object,
                                                               Value userInfo = {});

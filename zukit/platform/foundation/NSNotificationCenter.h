@@ -10,6 +10,7 @@
 #include "zukit/platform/foundation/NSNotification.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/ObjectRef.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 #include "zukit/platform/runtime/Selector.h"
 
 namespace zu {
@@ -26,6 +27,7 @@ using NSNotificationBlock = std::function<void(const std::shared_ptr<NSNotificat
 // observer runs, so observers may post, add and remove freely.
 class ZU_EXPORT NSNotificationCenter final : public Object {
  public:
+  ZU_RUNTIME_CLASS(NSNotificationCenter, Object)
   // The process's default centre, made on first use and never destroyed.
   static std::shared_ptr<NSNotificationCenter> defaultCenter();
 

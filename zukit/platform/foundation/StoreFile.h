@@ -1,12 +1,13 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): how the stores read, keep aside and replace their files.
+
 #include <sys/types.h>
 
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zu {
@@ -16,7 +17,7 @@ namespace zu {
 // its own, never replaces or overwrites it, and says so on the console. A higher layer that
 // wants those reports too (the ZuKit wrappers log them at level 5; this layer cannot reach the
 // logger) collects them on its thread with a StoreFile::Reports for the length of its call.
-class ZU_EXPORT StoreFile {
+class StoreFile {
  public:
   // What reading found.
   enum class State : std::uint8_t {
@@ -39,7 +40,7 @@ class ZU_EXPORT StoreFile {
 
   // Collects the reports made on this thread while it lives; collectors nest, and the innermost
   // one collects.
-  class ZU_EXPORT Reports {
+  class Reports {
    public:
     Reports();
     ~Reports();

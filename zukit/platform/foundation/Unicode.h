@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "zukit/platform/foundation/Export.h"
-
 namespace zu {
 
 // True when `bytes` is well-formed UTF-8 (no overlongs, surrogates or values above U+10FFFF).
@@ -23,16 +21,16 @@ std::size_t utf8SequenceLength(std::string_view text);
 std::string dropFirstCharacter(std::string_view text);
 
 // UTF-8 text of Latin-1 (ISO 8859-1) bytes: each byte is the character of the same number.
-ZU_EXPORT std::string utf8FromLatin1(std::string_view bytes);
+std::string utf8FromLatin1(std::string_view bytes);
 
 // UTF-8 text of bytes that should be UTF-8: well-formed sequences stay as they are, and every
 // other byte becomes the Latin-1 character of the same number.
-ZU_EXPORT std::string utf8WithLatin1Fallback(std::string_view bytes);
+std::string utf8WithLatin1Fallback(std::string_view bytes);
 
 // UTF-8 text of UTF-16 code units; a surrogate without its partner becomes U+FFFD.
-ZU_EXPORT std::string utf8FromUtf16(std::u16string_view units);
+std::string utf8FromUtf16(std::u16string_view units);
 
 // UTF-16 code units of UTF-8 text; a malformed sequence becomes U+FFFD.
-ZU_EXPORT std::u16string utf16FromUtf8(std::string_view text);
+std::u16string utf16FromUtf8(std::string_view text);
 
 }  // namespace zu

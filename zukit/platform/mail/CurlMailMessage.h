@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the mail composer's libcurl MIME tree.
+
 #include <string>
 #include <vector>
 

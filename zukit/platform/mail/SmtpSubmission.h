@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the mail composer's SMTP submission.
+
 #include <memory>
 
 #include "zukit/platform/foundation/NSError.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): which network links belong to modems.
+
 #include <string>
 
 namespace zu {

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the kernel's routes and links over netlink.
+
 #include <sys/socket.h>
 
 #include <optional>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the netlink watch behind reachability callbacks.
+
 #include <memory>
 #include <utility>
 #include <vector>

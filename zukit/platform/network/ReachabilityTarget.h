@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the state behind a reachability reference.
+
 #include <chrono>
 #include <memory>
 #include <mutex>

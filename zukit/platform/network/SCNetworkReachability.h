@@ -42,7 +42,7 @@ using SCNetworkReachabilityCallBack = void (*)(const SCNetworkReachabilityRef& t
 
 // The information handed to a callback. `version` must be 0. The optional hooks are called
 // with `info` when the target takes it (retain) and when it lets it go (release).
-struct SCNetworkReachabilityContext {
+struct ZU_EXPORT SCNetworkReachabilityContext {
   long version = 0;
   void* info = nullptr;
   const void* (*retain)(const void* info) = nullptr;

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "zukit/platform/foundation/Export.h"
+
 // Socket addresses in the platform's own layout, which the reachability functions take: every
 // address starts with its length in bytes and a one-byte family, where Linux's start with a
 // two-byte family and carry no length. Code written for the platform fills in `sin_len` and
@@ -13,14 +15,14 @@
 namespace zu::bsd {
 
 // The header every address starts with.
-struct sockaddr {
+struct ZU_EXPORT sockaddr {
   std::uint8_t sa_len;
   std::uint8_t sa_family;
   char sa_data[14];
 };
 
 // An IPv4 address: 16 bytes.
-struct sockaddr_in {
+struct ZU_EXPORT sockaddr_in {
   std::uint8_t sin_len;
   std::uint8_t sin_family;
   std::uint16_t sin_port;
@@ -29,7 +31,7 @@ struct sockaddr_in {
 };
 
 // An IPv6 address: 28 bytes.
-struct sockaddr_in6 {
+struct ZU_EXPORT sockaddr_in6 {
   std::uint8_t sin6_len;
   std::uint8_t sin6_family;
   std::uint16_t sin6_port;

@@ -7,6 +7,7 @@
 #include "zukit/platform/foundation/Export.h"
 #include "zukit/platform/foundation/Value.h"
 #include "zukit/platform/runtime/Object.h"
+#include "zukit/platform/runtime/RuntimeClass.h"
 
 // The radio access technologies, as the platform names them.
 ZU_EXPORT extern const char* const CTRadioAccessTechnologyGPRS;
@@ -33,6 +34,7 @@ namespace zu {
 // error, or with technologies of the wrong type, raises an NSException. Safe from any thread.
 class ZU_EXPORT CTTelephonyNetworkInfo final : public Object {
  public:
+  ZU_RUNTIME_CLASS(CTTelephonyNetworkInfo, Object)
   CTTelephonyNetworkInfo();
 
   // The technology of the first modem (by modem number) that has one, or absent.

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the modem manager's D-Bus client.
+
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the cairo surface behind a drawing context.
+
 #include <cairo.h>
 
 #include "zukit/platform/ui/CGContext.h"

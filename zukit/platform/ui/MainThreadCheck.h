@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): the view system's main-thread rule.
+
 namespace zu::detail {
 
 // The rule of the view system: its objects are changed on the main thread only. True on the

@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): Pango and GLib ownership helpers.
+
 #include <pango/pangocairo.h>
 
 #include <memory>

@@ -12,7 +12,7 @@ namespace zu {
 
 // A colour as the drawing layer takes it: red, green, blue and alpha, each from 0 to 1 (sRGB).
 // The platform hands out a reference to an immutable colour object; here it is a plain value.
-struct CGColorRef {
+struct ZU_EXPORT CGColorRef {
   CGFloat red = 0;
   CGFloat green = 0;
   CGFloat blue = 0;

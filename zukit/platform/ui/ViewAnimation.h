@@ -1,5 +1,7 @@
 #pragma once
 
+// Internal to libzukit (not installed, not exported): view animations on the dispatch clock.
+
 #include <functional>
 #include <memory>
 #include <vector>
