@@ -221,6 +221,7 @@ void hostLog(zu::NSInteger level, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   std::array<char, 256> buffer{};
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start above initialises it
   std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
   va_end(arguments);
   ZuLogger::logMessage(level, "-[Host log]", buffer.data());

@@ -59,8 +59,8 @@ TEST(ZuReachabilityManager, AModemsNetworkPortIsCellularWithItsTechnology) {
   EXPECT_EQ(run.lines,
             (std::vector<std::string>{
                 "manager hasNetwork NO isWIFI NO isCellular NO description NO_NETWORK",
-                "manager hasNetwork YES isWIFI NO isCellular YES description "
-                "CTRadioAccessTechnologyLTE",
+                std::string("manager hasNetwork YES isWIFI NO isCellular YES description ") +
+                    "CTRadioAccessTechnologyLTE",
                 "watch net made", "start net YES", "notified net 1 offthread 0 statuses 0",
                 "manager hasNetwork NO isWIFI NO isCellular NO description NO_NETWORK"}));
 }
