@@ -1,6 +1,7 @@
 #pragma once
 
-// Internal to libzukit (not installed, not exported): how the stores read, keep aside and replace their files.
+// Internal to libzukit (not installed, not exported): how the stores read, keep aside and replace
+// their files.
 
 #include <sys/types.h>
 

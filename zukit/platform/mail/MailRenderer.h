@@ -1,6 +1,7 @@
 #pragma once
 
-// Internal to libzukit (not installed, not exported): the bytes of a draft, as the mail composer saves it.
+// Internal to libzukit (not installed, not exported): the bytes of a draft, as the mail composer
+// saves it.
 
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 #pragma once
 
-// Internal to libzukit (not installed, not exported): the netlink watch behind reachability callbacks.
+// Internal to libzukit (not installed, not exported): the netlink watch behind reachability
+// callbacks.
 
 #include <memory>
 #include <utility>

@@ -15,6 +15,6 @@ namespace zu {
 // `numberOfLines` lines (0: no limit). Text is laid out with Pango, without hinting, so sizes do
 // not depend on the scale a picture is drawn at. Main thread only.
 CGSize measureText(const std::string& text, const UIFont& font, CGFloat maxWidth,
-                             NSInteger numberOfLines);
+                   NSInteger numberOfLines);
 
 }  // namespace zu
