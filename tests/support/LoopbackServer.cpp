@@ -1,50 +1,19 @@
 #include "tests/support/LoopbackServer.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/in.h>
-#include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <chrono>
-#include <csignal>
 #include <vector>
 
 #include "zukit/platform/foundation/NSJSONSerialization.h"
 #include "zukit/platform/foundation/NSURL.h"
 
-extern char** environ;  // NOLINT(readability-redundant-declaration)
-
 namespace zukit::test {
 
 namespace {
-
-constexpr auto kStartTimeout = std::chrono::seconds(20);
-
-// Reads one line from `fd`, waiting until `deadline`; none on time-out or end of file.
-std::optional<std::string> readLine(int fd, std::chrono::steady_clock::time_point deadline) {
-  std::string line;
-  while (true) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
-    if (left.count() <= 0) return std::nullopt;
-    pollfd descriptor{fd, POLLIN, 0};
-    const int ready = poll(&descriptor, 1, static_cast<int>(left.count()));
-    if (ready < 0 && errno == EINTR) continue;
-    if (ready <= 0) continue;
-    char c = 0;
-    const ssize_t got = read(fd, &c, 1);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return std::nullopt;
-    if (c == '\n') return line;
-    line += c;
-  }
-}
 
 zu::Value counterQuery(int port, const std::string& target) {
   const std::optional<std::string> body = plainHTTPGet(port, target);
@@ -54,64 +23,15 @@ zu::Value counterQuery(int port, const std::string& target) {
 
 }  // namespace
 
-LoopbackServer::LoopbackServer() {
-  std::array<int, 2> input{};
-  std::array<int, 2> output{};
-  if (pipe2(input.data(), O_CLOEXEC) != 0) return;
-  if (pipe2(output.data(), O_CLOEXEC) != 0) {
-    close(input[0]);
-    close(input[1]);
-    return;
-  }
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-  std::string python = ZUKIT_PYTHON3;
-  std::string script = std::string(ZUKIT_FIXTURES_DIR) + "/loopback_server.py";
-  std::vector<char*> argv{python.data(), script.data(), nullptr};
-  const int spawned = posix_spawn(&_pid, python.c_str(), &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  close(input[0]);
-  close(output[1]);
-  _input = input[1];
-  _output = output[0];
-  if (spawned != 0) {
-    _pid = -1;
-    stop();
-    return;
-  }
-  const std::optional<std::string> line =
-      readLine(_output, std::chrono::steady_clock::now() + kStartTimeout);
-  try {
-    _port = line ? std::stoi(*line) : 0;
-  } catch (const std::exception&) {
-    _port = 0;
-  }
-  if (_port <= 0) stop();
-}
-
-LoopbackServer::~LoopbackServer() {
-  stop();
-}
+LoopbackServer::LoopbackServer()
+    : _process({std::string(ZUKIT_FIXTURES_DIR) + "/loopback_server.py"}) {}
 
 void LoopbackServer::stop() {
-  if (_input >= 0) close(_input);  // the server's cue to end
-  _input = -1;
-  if (_pid > 0) {
-    kill(_pid, SIGTERM);
-    int status = 0;
-    while (waitpid(_pid, &status, 0) < 0 && errno == EINTR) {
-    }
-  }
-  _pid = -1;
-  if (_output >= 0) close(_output);
-  _output = -1;
-  _port = 0;
+  _process.stop();
 }
 
 std::string LoopbackServer::baseURL() const {
-  return "http://127.0.0.1:" + std::to_string(_port);
+  return "http://127.0.0.1:" + std::to_string(port());
 }
 
 std::string LoopbackServer::URL(const std::string& pathAndQuery) const {
@@ -120,21 +40,21 @@ std::string LoopbackServer::URL(const std::string& pathAndQuery) const {
 
 long LoopbackServer::requestCount(const std::string& path) const {
   const zu::Value answer =
-      counterQuery(_port, "/_counter?path=" + zu::percentEncode(path, "/-_.~"));
+      counterQuery(port(), "/_counter?path=" + zu::percentEncode(path, "/-_.~"));
   const zu::Dictionary* object = answer.asDictionary();
   if (object == nullptr || object->find("count") == nullptr) return -1;
   return static_cast<long>(object->find("count")->integerValue());
 }
 
 long LoopbackServer::totalRequestCount() const {
-  const zu::Value answer = counterQuery(_port, "/_counter");
+  const zu::Value answer = counterQuery(port(), "/_counter");
   const zu::Dictionary* object = answer.asDictionary();
   if (object == nullptr || object->find("total") == nullptr) return -1;
   return static_cast<long>(object->find("total")->integerValue());
 }
 
 bool LoopbackServer::resetCounters() const {
-  return counterQuery(_port, "/_counter/reset").isDictionary();
+  return counterQuery(port(), "/_counter/reset").isDictionary();
 }
 
 std::optional<std::string> plainHTTPGet(int port, const std::string& target) {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <optional>
 #include <string>
+
+#include "tests/support/FixtureServerProcess.h"
 
 namespace zukit::test {
 
@@ -15,14 +15,11 @@ class LoopbackServer {
  public:
   // Starts the server and waits (up to 20 seconds) until it prints its port.
   LoopbackServer();
-  ~LoopbackServer();
-  LoopbackServer(const LoopbackServer&) = delete;
-  LoopbackServer& operator=(const LoopbackServer&) = delete;
 
   // True when the server started and has not been stopped.
-  bool isRunning() const { return _port > 0; }
+  bool isRunning() const { return port() > 0; }
   // The port, or 0 when the server did not start.
-  int port() const { return _port; }
+  int port() const { return _process.port(); }
   // "http://127.0.0.1:<port>".
   std::string baseURL() const;
   // The base URL followed by `pathAndQuery` ("/echo?a=b").
@@ -37,10 +34,7 @@ class LoopbackServer {
   void stop();
 
  private:
-  pid_t _pid = -1;
-  int _input = -1;
-  int _output = -1;
-  int _port = 0;
+  FixtureServerProcess _process;
 };
 
 // The body of a plain HTTP/1.0 GET of `target` on 127.0.0.1:`port`, made over a bare socket

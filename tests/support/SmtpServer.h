@@ -1,11 +1,10 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <string>
 #include <vector>
 
+#include "tests/support/FixtureServerProcess.h"
 #include "zukit/platform/foundation/Value.h"
 
 namespace zukit::test {
@@ -29,14 +28,11 @@ class SmtpServer {
   // Starts the server and waits (up to 20 seconds) until it prints its port.
   SmtpServer() : SmtpServer(Options()) {}
   explicit SmtpServer(const Options& options);
-  ~SmtpServer();
-  SmtpServer(const SmtpServer&) = delete;
-  SmtpServer& operator=(const SmtpServer&) = delete;
 
   // True when the server started and has not been stopped.
-  bool isRunning() const { return _port > 0; }
+  bool isRunning() const { return port() > 0; }
   // The port, or 0.
-  int port() const { return _port; }
+  int port() const { return _process.port(); }
   // "smtp://127.0.0.1:<port>".
   std::string url() const;
   // Waits until the server has accepted `count` messages in all; false on time-out.
@@ -55,10 +51,7 @@ class SmtpServer {
 
  private:
   std::string _spool;
-  pid_t _pid = -1;
-  int _input = -1;
-  int _output = -1;
-  int _port = 0;
+  FixtureServerProcess _process;
 };
 
 // The message in `path` as Python's email package reads it (tests/fixtures/parse_mail.py): a
