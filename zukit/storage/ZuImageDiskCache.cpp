@@ -16,8 +16,10 @@ void ZuImageDiskCache::setImageData(const std::optional<zu::Data>& data, const z
   const ZuStoreDamageLog damage("-[ZuImageDiskCache setImageData:forKey:]");
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   defaults->setObject(data ? zu::Value(*data) : zu::Value(), *entry);
+  // One synchronize writes the bytes and the index that names them: the file never holds
+  // bytes without their entry, and a store costs one rewrite of the preferences file, not two.
+  indexEntryUnsynchronized(*entry);
   defaults->synchronize();
-  indexEntry(*entry);
 }
 
 std::optional<zu::Data> ZuImageDiskCache::imageDataForKey(const zu::Value& key) const {
