@@ -65,6 +65,10 @@ class NSFileManager final : public Object {
   // name ("/", ".", ".."), or when the directory cannot be made.
   std::shared_ptr<NSURL> containerURLForSecurityApplicationGroupIdentifier(
       const Value& groupIdentifier) const;
+  // The same container as a directory path ending in "/", without the URL: for callers that
+  // look it up at every read.
+  std::optional<std::string> containerPathForSecurityApplicationGroupIdentifier(
+      const Value& groupIdentifier) const;
 };
 
 // An error of `errnoValue` for `path`, in the file error domain.
