@@ -65,15 +65,20 @@ class SharedFileTexts {
     return path;
   }
 
-  // The whole file at `path` as UTF-8 text; none when it is missing, unreadable or not UTF-8.
-  std::optional<std::string> textAt(const std::string& path) {
+  // The text read from `path` before, when the file there still has the signature it had then
+  // and was text; none otherwise.
+  std::optional<std::string> rememberedTextAt(const std::string& path) {
     const std::optional<zu::StoreFile::Signature> current = zu::StoreFile::signatureAt(path);
     if (!current) return std::nullopt;
-    {
-      const zu::MutexLock lock(_mutex);
-      const auto found = _texts.find(path);
-      if (found != _texts.end() && found->second.signature == *current) return found->second.text;
-    }
+    const zu::MutexLock lock(_mutex);
+    const auto found = _texts.find(path);
+    if (found == _texts.end() || found->second.signature != *current) return std::nullopt;
+    return found->second.text;
+  }
+
+  // The whole file at `path` as UTF-8 text, read now; none when it is missing, unreadable or
+  // not UTF-8.
+  std::optional<std::string> textAt(const std::string& path) {
     const zu::StoreFile file = zu::StoreFile::read(path);
     if (file.state != zu::StoreFile::State::Read || !file.signature) return std::nullopt;
     std::optional<std::string> text(std::in_place, file.bytes.begin(), file.bytes.end());
@@ -125,12 +130,18 @@ std::optional<std::string> ZuUserShare::objectForKey(const zu::Value& key,
                                                      const zu::Value& domain) {
   const std::optional<std::string> name = validName(key);
   if (!validName(domain) || !name) return std::nullopt;
-  const std::optional<std::string> container =
-      zu::NSFileManager::defaultManager()->containerPathForSecurityApplicationGroupIdentifier(
-          domain);
+  // Where the container will be is enough to find a file read before and not changed since;
+  // any other read looks the container up, which makes it when it is missing.
+  const std::optional<std::string> container = zu::NSFileManager::declaredContainerPath(domain);
   if (!container) return std::nullopt;
   SharedFileTexts& texts = SharedFileTexts::shared();
-  return texts.textAt(texts.pathFor(*container, *name));
+  const std::string path = texts.pathFor(*container, *name);
+  if (std::optional<std::string> text = texts.rememberedTextAt(path)) return text;
+  if (!zu::NSFileManager::defaultManager()->containerPathForSecurityApplicationGroupIdentifier(
+          domain)) {
+    return std::nullopt;
+  }
+  return texts.textAt(path);
 }
 
 void ZuUserShare::setInteger(zu::NSInteger value, const zu::Value& key, const zu::Value& domain) {

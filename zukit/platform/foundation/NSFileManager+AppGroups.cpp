@@ -66,14 +66,20 @@ std::shared_ptr<NSURL> NSFileManager::containerURLForSecurityApplicationGroupIde
   return path ? NSURL::fileURLWithPath(*path) : nullptr;
 }
 
-std::optional<std::string> NSFileManager::containerPathForSecurityApplicationGroupIdentifier(
-    const Value& groupIdentifier) const {
+std::optional<std::string> NSFileManager::declaredContainerPath(const Value& groupIdentifier) {
   const std::optional<std::string> identifier = validText(groupIdentifier);
   if (!identifier || !usableAsDirectoryName(*identifier)) return std::nullopt;
-  if (!declaredInInfoPlist(*identifier) && !declaredInEnvironment(*identifier)) {
+  if (!declaredInEnvironment(*identifier) && !declaredInInfoPlist(*identifier)) {
     return std::nullopt;
   }
-  const std::string container = xdgDataHome() + "/zukit/app-groups/" + *identifier;
+  return xdgDataHome() + "/zukit/app-groups/" + *identifier + "/";
+}
+
+std::optional<std::string> NSFileManager::containerPathForSecurityApplicationGroupIdentifier(
+    const Value& groupIdentifier) const {
+  const std::optional<std::string> declared = declaredContainerPath(groupIdentifier);
+  if (!declared) return std::nullopt;
+  const std::string container = declared->substr(0, declared->size() - 1);
   const std::string caches = container + "/Library/Caches";
   bool directory = false;
   // Lookups come with every shared-store read: one stat answers the usual case, where the

@@ -69,6 +69,9 @@ class NSFileManager final : public Object {
   // look it up at every read.
   std::optional<std::string> containerPathForSecurityApplicationGroupIdentifier(
       const Value& groupIdentifier) const;
+  // Where that container is, for an identifier the program is entitled to, without looking at
+  // the disk or making it; none where the lookup gives none.
+  static std::optional<std::string> declaredContainerPath(const Value& groupIdentifier);
 };
 
 // An error of `errnoValue` for `path`, in the file error domain.
