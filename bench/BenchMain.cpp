@@ -3,6 +3,7 @@
 
 #include <stdlib.h>  // NOLINT(modernize-deprecated-headers): mkdtemp and setenv
 
+#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -27,6 +28,46 @@ struct Ratio {
 std::vector<Ratio>& ratios() {
   static std::vector<Ratio> list;
   return list;
+}
+
+struct Growth {
+  std::string label;
+  std::string benchmark;
+};
+
+std::vector<Growth>& growths() {
+  static std::vector<Growth> list;
+  return list;
+}
+
+// The growth table: each row's time per operation at 100, 1,000 and 10,000 entries, and how
+// many times the cost at 10,000 is the cost at 100.
+void printGrowthTable(const std::map<std::string, double>& times) {
+  if (growths().empty()) return;
+  std::printf("\n%-46s %12s %12s %12s %10s\n", "growth (time per operation)", "100", "1,000",
+              "10,000", "10k/100");
+  for (const Growth& growth : growths()) {
+    std::array<std::string, 3> cells;
+    double first = 0;
+    double last = 0;
+    const std::array<const char*, 3> sizes = {"/100", "/1000", "/10000"};
+    for (int i = 0; i < 3; ++i) {
+      const auto found = times.find(growth.benchmark + sizes[i]);
+      if (found == times.end()) {
+        cells[i] = "-";
+        continue;
+      }
+      const double microseconds = found->second / 1000;
+      cells[i] = microseconds >= 1000 ? std::to_string(microseconds / 1000).substr(0, 6) + " ms"
+                                      : std::to_string(microseconds).substr(0, 6) + " us";
+      if (i == 0) first = microseconds;
+      if (i == 2) last = microseconds;
+    }
+    std::string factor = "-";
+    if (first > 0 && last > 0) factor = std::to_string(last / first).substr(0, 6) + "x";
+    std::printf("%-46s %12s %12s %12s %10s\n", growth.label.c_str(), cells[0].c_str(),
+                cells[1].c_str(), cells[2].c_str(), factor.c_str());
+  }
 }
 
 std::vector<std::string>& scratchDirectories() {
@@ -63,6 +104,10 @@ class CollectingReporter : public benchmark::ConsoleReporter {
 
 RatioRegistration::RatioRegistration(std::string subject, std::string baseline, double goal) {
   ratios().push_back(Ratio{std::move(subject), std::move(baseline), goal});
+}
+
+GrowthRegistration::GrowthRegistration(std::string label, std::string benchmark) {
+  growths().push_back(Growth{std::move(label), std::move(benchmark)});
 }
 
 std::string scratchDirectory(const std::string& name) {
@@ -104,6 +149,7 @@ int main(int argc, char** argv) {
     std::printf("%-58s %-44s %9.2fx %8s\n", ratio.subject.c_str(), ratio.baseline.c_str(), value,
                 goal.c_str());
   }
+  zukit::bench::printGrowthTable(reporter.times);
   std::error_code ignored;
   for (const std::string& directory : zukit::bench::scratchDirectories()) {
     std::filesystem::remove_all(directory, ignored);

@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -13,6 +15,7 @@
 #include "tests/network/NetworkTestSupport.h"
 #include "tests/storage/StoreTestSupport.h"
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/Probe.h"
 #include "zukit/network/ZuNetwork.h"
 #include "zukit/network/ZuNetworkConfig.h"
 #include "zukit/platform/network/NSURLError.h"
@@ -133,6 +136,39 @@ TEST_F(ZuNetworkTest, EnvTypeSendsTheSameRelativeRequestToEachServerInTurn) {
   // A host that was cleared is no host.
   config->setTestEnvironmentHostName(Value::null());
   expectFailed(get("/echo/env"), zu::NSURLErrorDomain, zu::NSURLErrorUnsupportedURL);
+}
+
+TEST_F(ZuNetworkTest, EnvTypeWrittenByAnotherProcessOrInPlaceIsSeenByTheNextRequest) {
+  const auto setElsewhere = [this](const std::string& value) {
+    const auto result = zukit::test::runProbe({"share", "set", "envType", group, value});
+    ASSERT_EQ(result.exitCode, 0) << result.standardError;
+  };
+  expectSucceeded(get("/echo/env"), 200);
+  EXPECT_EQ(counts("/echo/env"), (std::vector<long>{1, 0, 0}));
+
+  // Each value written by a fresh process, the same length every time, and back to an earlier
+  // text: every request reads the store as it stands.
+  setElsewhere("1");
+  expectSucceeded(get("/echo/env"), 200);
+  EXPECT_EQ(counts("/echo/env"), (std::vector<long>{1, 1, 0}));
+  setElsewhere("2");
+  expectSucceeded(get("/echo/env"), 200);
+  EXPECT_EQ(counts("/echo/env"), (std::vector<long>{1, 1, 1}));
+  setElsewhere("1");
+  expectSucceeded(get("/echo/env"), 200);
+  EXPECT_EQ(counts("/echo/env"), (std::vector<long>{1, 2, 1}));
+
+  // A file rewritten in place (not replaced) with text of another length, then removed.
+  const std::string file = zukit::test::containerPath(group) + "/Library/Caches/Zu_envType.json";
+  {
+    std::ofstream out(file, std::ios::trunc);
+    out << "2 ";
+  }
+  expectSucceeded(get("/echo/env"), 200);
+  EXPECT_EQ(counts("/echo/env"), (std::vector<long>{1, 2, 2}));
+  std::filesystem::remove(file);
+  expectSucceeded(get("/echo/env"), 200);
+  EXPECT_EQ(counts("/echo/env"), (std::vector<long>{2, 2, 2}));
 }
 
 TEST_F(ZuNetworkTest, SharedInstanceTakesTheConfigurationAndTheLastGroupIdentifier) {

@@ -348,6 +348,36 @@ TEST(SecItemTest, AGroupFileThatCannotBeReadIsLeftAloneAndChangesAreRefused) {
       << console.text();
 }
 
+TEST(SecItemTest, AGroupChangedByAnotherProcessIsReadAgainAndKeptByTheNextWriteHere) {
+  const Dictionary group{{zu::kSecAttrAccessGroup, Value("g.shared")}};
+  Dictionary mine = genericPassword(group);
+  mine.setObject(Value("here-0"), zu::kSecAttrAccount);
+  ASSERT_EQ(zu::SecItemAdd(mine, nullptr), zu::errSecSuccess);
+  EXPECT_EQ(countAll(group), 1U);
+
+  // Another process adds to the group this one has just read and written.
+  const auto added = zukit::test::runProbe({"keychain-add-many", "g.shared", "there", "2"});
+  ASSERT_EQ(added.standardOutput, "failed: 0\n") << added.standardError;
+  EXPECT_EQ(countAll(group), 3U);
+  EXPECT_TRUE(findOne({{zu::kSecAttrAccessGroup, Value("g.shared")},
+                       {zu::kSecAttrAccount, Value("there-1")}})
+                  .isDictionary());
+  // Its items are duplicates here too, and the next write here keeps them.
+  Dictionary theirs = genericPassword(group);
+  theirs.setObject(Value("there-0"), zu::kSecAttrAccount);
+  EXPECT_EQ(zu::SecItemAdd(theirs, nullptr), zu::errSecDuplicateItem);
+  mine.setObject(Value("here-1"), zu::kSecAttrAccount);
+  ASSERT_EQ(zu::SecItemAdd(mine, nullptr), zu::errSecSuccess);
+  EXPECT_EQ(countAll(group), 4U);
+
+  // A file replaced behind the store's back by one that is no keychain reads as empty.
+  {
+    std::ofstream out(groupFile("g.shared"), std::ios::binary | std::ios::trunc);
+    out << "not a keychain";
+  }
+  EXPECT_EQ(countAll(group), 0U);
+}
+
 TEST(SecItemTest, ConcurrentWritersInTwoProcessesAndThisOneLoseNothing) {
   constexpr int kPerWriter = 60;
   auto first = std::async(std::launch::async, [] {

@@ -37,18 +37,7 @@ ZuDiskCache::ZuDiskCache(std::string indexKey, const char* queueLabel)
     : _lock(zu::dispatch_semaphore_create(1)),
       _autoTrimInterval(initialAutoTrimInterval().load(std::memory_order_relaxed)),
       _indexKey(std::move(indexKey)) {
-  auto keys = std::make_shared<std::vector<std::string>>();
-  const zu::Value stored = zu::NSUserDefaults::standardUserDefaults()->objectForKey(_indexKey);
-  if (const zu::Array* list = stored.asArray(); list != nullptr && !list->empty()) {
-    // An index edited by hand may hold other values: only its texts can be entries.
-    for (const zu::Value& element : *list) {
-      if (const std::string* entry = element.asString()) keys->push_back(*entry);
-    }
-  }
-  {
-    const zu::MutexLock lock(_keysMutex);
-    _keys = std::move(keys);
-  }
+  loadIndex();
   _queue = zu::dispatch_queue_create(queueLabel, zu::DISPATCH_QUEUE_CONCURRENT);
 }
 
@@ -58,13 +47,76 @@ void ZuDiskCache::setInitialAutoTrimIntervalForTesting(double seconds) {
   initialAutoTrimInterval().store(seconds, std::memory_order_relaxed);
 }
 
-ZuDiskCache::Keys ZuDiskCache::loadKeys() const {
+void ZuDiskCache::reloadIndexForTesting() {
+  loadIndex();
+}
+
+void ZuDiskCache::loadIndex() {
+  Index index;
+  const zu::Value stored = zu::NSUserDefaults::standardUserDefaults()->objectForKey(_indexKey);
+  if (const zu::Array* list = stored.asArray(); list != nullptr && !list->empty()) {
+    // An index edited by hand may hold other values: only its texts can be entries.
+    for (const zu::Value& element : *list) {
+      if (const std::string* entry = element.asString()) index.append(*entry);
+    }
+  }
   const zu::MutexLock lock(_keysMutex);
-  return _keys;
+  _index = std::move(index);
 }
 
 std::vector<std::string> ZuDiskCache::keys() const {
-  return *loadKeys();
+  const zu::MutexLock lock(_keysMutex);
+  return _index.entries();
+}
+
+std::optional<std::string> ZuDiskCache::entryAt(std::size_t position) const {
+  const zu::MutexLock lock(_keysMutex);
+  if (position >= _index.entries().size()) return std::nullopt;
+  return _index.entries()[position];
+}
+
+const std::string* ZuDiskCache::Index::firstEntryForKey(const std::string& key) const {
+  const auto found = _firstEntries.find(key);
+  return found == _firstEntries.end() ? nullptr : &found->second;
+}
+
+void ZuDiskCache::Index::append(std::string entry) {
+  std::vector<std::string> components = componentsOfEntry(entry);
+  std::optional<std::string> keyPart;
+  if (!components.empty()) keyPart = std::move(components.front());
+  // An earlier entry of the same key stays the first.
+  if (keyPart) _firstEntries.try_emplace(*keyPart, entry);
+  ++_counts[entry];
+  _keyParts.push_back(std::move(keyPart));
+  _entries.push_back(std::move(entry));
+}
+
+void ZuDiskCache::Index::removeAt(std::size_t position) {
+  const auto offset = static_cast<std::ptrdiff_t>(position);
+  const std::string entry = std::move(_entries[position]);
+  const std::optional<std::string> keyPart = std::move(_keyParts[position]);
+  _entries.erase(_entries.begin() + offset);
+  _keyParts.erase(_keyParts.begin() + offset);
+  if (const auto count = _counts.find(entry); count != _counts.end() && --count->second == 0) {
+    _counts.erase(count);
+  }
+  if (!keyPart) return;
+  const auto first = _firstEntries.find(*keyPart);
+  if (first == _firstEntries.end() || first->second != entry) return;
+  // The removed entry may have been the key's first: the first of the same key part now is.
+  const auto next = std::find(_keyParts.begin(), _keyParts.end(), keyPart);
+  if (next == _keyParts.end()) {
+    _firstEntries.erase(first);
+  } else {
+    first->second = _entries[static_cast<std::size_t>(next - _keyParts.begin())];
+  }
+}
+
+void ZuDiskCache::Index::clear() {
+  _entries.clear();
+  _keyParts.clear();
+  _firstEntries.clear();
+  _counts.clear();
 }
 
 std::vector<std::string> ZuDiskCache::componentsOfEntry(const std::string& entry) {
@@ -95,70 +147,62 @@ std::optional<std::string> ZuDiskCache::entryForKey(const zu::Value& key) {
 }
 
 std::optional<std::string> ZuDiskCache::firstEntryForKey(const std::string& key) const {
-  const Keys keys = loadKeys();
-  for (const std::string& entry : *keys) {
-    const std::vector<std::string> components = componentsOfEntry(entry);
-    if (!components.empty() && components.front() == key) return entry;
-  }
-  return std::nullopt;
+  const zu::MutexLock lock(_keysMutex);
+  const std::string* entry = _index.firstEntryForKey(key);
+  if (entry == nullptr) return std::nullopt;
+  return *entry;
 }
 
-template <class Change>
-void ZuDiskCache::updateKeys(const Change& change) {
-  // The new array is built outside the mutex; it is published only if no other change came
-  // first, else built again from that one.
-  for (;;) {
-    const Keys current = loadKeys();
-    auto next = std::make_shared<std::vector<std::string>>(*current);
-    change(*next);
+void ZuDiskCache::storeIndex() {
+  zu::Array list;
+  {
     const zu::MutexLock lock(_keysMutex);
-    if (_keys == current) {
-      _keys = std::move(next);
-      return;
-    }
+    list.assign(_index.entries().begin(), _index.entries().end());
   }
+  zu::NSUserDefaults::standardUserDefaults()->setObject(zu::Value(std::move(list)), _indexKey);
 }
 
 void ZuDiskCache::writeIndex() {
-  const Keys keys = loadKeys();
-  zu::Array list(keys->begin(), keys->end());
-  const auto defaults = zu::NSUserDefaults::standardUserDefaults();
-  defaults->setObject(zu::Value(std::move(list)), _indexKey);
-  defaults->synchronize();
+  storeIndex();
+  zu::NSUserDefaults::standardUserDefaults()->synchronize();
 }
 
 void ZuDiskCache::indexEntry(const std::string& entry) {
-  const Keys keys = loadKeys();
-  if (std::find(keys->begin(), keys->end(), entry) != keys->end()) return;
+  {
+    const zu::MutexLock lock(_keysMutex);
+    if (_index.contains(entry)) return;
+  }
   zu::dispatch_semaphore_wait(_lock, zu::DISPATCH_TIME_FOREVER);
-  updateKeys([&entry](std::vector<std::string>& list) { list.push_back(entry); });
+  {
+    const zu::MutexLock lock(_keysMutex);
+    _index.append(entry);
+  }
   zu::dispatch_semaphore_signal(_lock);
   writeIndex();
 }
 
 void ZuDiskCache::removeCachesEalierThanTime(long time) {
-  if (loadKeys()->empty()) return;
+  if (!entryAt(0)) return;
   const ZuStoreDamageLog damage("-[" + className() + " removeCachesEalierThanTime:]");
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   // The count is read again before each element; after a removal the next entry slides into
   // slot i and is left for a later pass.
   for (std::size_t i = 0;; ++i) {
-    const Keys keys = loadKeys();
-    if (i >= keys->size()) break;
-    const std::string entry = (*keys)[i];
-    const auto second = storingSecondOfComponents(componentsOfEntry(entry));
+    const std::optional<std::string> entry = entryAt(i);
+    if (!entry) break;
+    const auto second = storingSecondOfComponents(componentsOfEntry(*entry));
     if (!second || *second >= time) continue;
-    defaults->removeObjectForKey(entry);
+    defaults->removeObjectForKey(*entry);
     defaults->synchronize();
-    updateKeys([i, &entry](std::vector<std::string>& list) {
-      // Someone may have changed the index since it was read: remove the entry where it is now.
-      if (i < list.size() && list[i] == entry) {
-        list.erase(list.begin() + static_cast<std::ptrdiff_t>(i));
-      } else if (const auto found = std::find(list.begin(), list.end(), entry);
-                 found != list.end()) {
-        list.erase(found);
-      }
-    });
+    const zu::MutexLock lock(_keysMutex);
+    // Someone may have changed the index since it was read: remove the entry where it is now.
+    const std::vector<std::string>& list = _index.entries();
+    if (i < list.size() && list[i] == *entry) {
+      _index.removeAt(i);
+    } else if (const auto found = std::find(list.begin(), list.end(), *entry);
+               found != list.end()) {
+      _index.removeAt(static_cast<std::size_t>(found - list.begin()));
+    }
   }
   writeIndex();
 }
@@ -183,9 +227,8 @@ void ZuDiskCache::_trimToAge(double age) {
 void ZuDiskCache::removeAllCaches() {
   const ZuStoreDamageLog damage("-[" + className() + " removeAllCaches]");
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
-  // The snapshot is held for the walk: a trim may publish a new index meanwhile.
-  const Keys keys = loadKeys();
-  for (const std::string& entry : *keys)
+  // A copy is walked: a trim may change the index meanwhile.
+  for (const std::string& entry : keys())
     defaults->removeObjectForKey(entry);
   defaults->synchronize();
   defaults->setObject(zu::Value(), _indexKey);
@@ -193,7 +236,7 @@ void ZuDiskCache::removeAllCaches() {
   zu::dispatch_semaphore_wait(_lock, zu::DISPATCH_TIME_FOREVER);
   {
     const zu::MutexLock lock(_keysMutex);
-    _keys = std::make_shared<const std::vector<std::string>>();
+    _index.clear();
   }
   zu::dispatch_semaphore_signal(_lock);
 }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "zukit/platform/dispatch/Dispatch.h"
@@ -26,11 +27,17 @@
 // removes, on the cache's own concurrent queue and under `_lock`, the entries older than
 // ageLimit().
 //
+// Lookups find the first (oldest) entry whose key part equals the key: entries that do not
+// decode never match, and a key holding the separator never matches, since its key part ends
+// at the separator. So that lookups, membership tests and the already-indexed test of a store
+// do not grow with the number of entries, the index keeps beside its list a map from each key
+// part to its first entry and a count of each entry, updated with every change of the list.
+//
 // Any thread may call any method. `_lock` (a semaphore of count 1, not re-entrant) guards the
 // append of a store, the emptying of removeAllCaches() and the whole of each periodic trim, and
 // nothing else: lookups, the already-indexed test, direct removals and every write of the
-// preferences go without it. The index itself is an immutable array replaced as a whole, so a
-// walk reads a consistent snapshot whatever runs beside it.
+// preferences go without it. The index and its maps change together under `_keysMutex`, which
+// is held only for the change or the look-up itself.
 class ZU_EXPORT ZuDiskCache : public zu::Object {
  public:
   ZU_RUNTIME_CLASS(ZuDiskCache, zu::Object)
@@ -78,6 +85,8 @@ class ZU_EXPORT ZuDiskCache : public zu::Object {
 
   // Test hook: caches made from now on arm their first trim after `seconds` instead of 60.
   static void setInitialAutoTrimIntervalForTesting(double seconds);
+  // Test hook: reads the index back from the preferences, as a new cache would.
+  void reloadIndexForTesting();
 
   // Internal: arms the next periodic trim, autoTrimInterval() from now.
   void _trimRecursively();
@@ -108,25 +117,45 @@ class ZU_EXPORT ZuDiskCache : public zu::Object {
   static std::optional<std::string> entryForKey(const zu::Value& key);
   // The first (oldest) entry whose key part equals `key` exactly; none when there is none.
   std::optional<std::string> firstEntryForKey(const std::string& key) const;
-  // Appends `entry` under `_lock` unless the index holds it already, then rewrites the index.
+  // Appends `entry` under `_lock` unless the index holds it already, then rewrites the index and
+  // synchronises.
   void indexEntry(const std::string& entry);
 
  private:
-  using Keys = std::shared_ptr<const std::vector<std::string>>;
+  // The ordered entries and what is derived from them.
+  class Index {
+   public:
+    const std::vector<std::string>& entries() const { return _entries; }
+    // The first entry whose key part is `key`; none when there is none.
+    const std::string* firstEntryForKey(const std::string& key) const;
+    // Whether `entry` is in the list.
+    bool contains(const std::string& entry) const { return _counts.contains(entry); }
+    // Appends `entry`.
+    void append(std::string entry);
+    // Removes the entry at `position`.
+    void removeAt(std::size_t position);
+    // Removes every entry.
+    void clear();
 
-  // The current index.
-  Keys loadKeys() const;
-  // Publishes the index that `change` makes of the current one.
-  template <class Change>
-  void updateKeys(const Change& change);
-  // Writes the whole index to the preferences and synchronises.
+   private:
+    std::vector<std::string> _entries;
+    // The key part of each entry, in the same order; none for one that does not decode.
+    std::vector<std::optional<std::string>> _keyParts;
+    std::unordered_map<std::string, std::string> _firstEntries;
+    std::unordered_map<std::string, std::size_t> _counts;
+  };
+
+  // Fills the index from the preferences.
+  void loadIndex();
+  // The entry at `position` now; none past the end.
+  std::optional<std::string> entryAt(std::size_t position) const;
+  // Sets the whole index as the preferences value under the index key, without synchronising.
+  void storeIndex();
+  // storeIndex(), then synchronize.
   void writeIndex();
 
-  // The index is never changed in place: a change publishes a new array. `_keysMutex` is held
-  // only to copy or swap that pointer, never across other work, so it orders nothing that
-  // `_lock` leaves unordered.
   mutable zu::Mutex _keysMutex;
-  Keys _keys ZU_GUARDED_BY(_keysMutex);
+  Index _index ZU_GUARDED_BY(_keysMutex);
   zu::dispatch_queue_t _queue;
   zu::dispatch_semaphore_t _lock;
   std::atomic<double> _ageLimit{kDefaultAgeLimit};

@@ -16,6 +16,8 @@ void ZuImageDiskCache::setImageData(const std::optional<zu::Data>& data, const z
   const ZuStoreDamageLog damage("-[ZuImageDiskCache setImageData:forKey:]");
   const auto defaults = zu::NSUserDefaults::standardUserDefaults();
   defaults->setObject(data ? zu::Value(*data) : zu::Value(), *entry);
+  // The bytes reach the file first, then the index entry that names them, each with its own
+  // synchronize: another process may see the bytes before their entry, never an entry without.
   defaults->synchronize();
   indexEntry(*entry);
 }

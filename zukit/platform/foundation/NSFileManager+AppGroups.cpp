@@ -61,22 +61,35 @@ bool usableAsDirectoryName(const std::string& identifier) {
 
 std::shared_ptr<NSURL> NSFileManager::containerURLForSecurityApplicationGroupIdentifier(
     const Value& groupIdentifier) const {
+  const std::optional<std::string> path =
+      containerPathForSecurityApplicationGroupIdentifier(groupIdentifier);
+  return path ? NSURL::fileURLWithPath(*path) : nullptr;
+}
+
+std::optional<std::string> NSFileManager::declaredContainerPath(const Value& groupIdentifier) {
   const std::optional<std::string> identifier = validText(groupIdentifier);
-  if (!identifier || !usableAsDirectoryName(*identifier)) return nullptr;
-  if (!declaredInInfoPlist(*identifier) && !declaredInEnvironment(*identifier)) return nullptr;
-  const std::string container = xdgDataHome() + "/zukit/app-groups/" + *identifier;
+  if (!identifier || !usableAsDirectoryName(*identifier)) return std::nullopt;
+  if (!declaredInEnvironment(*identifier) && !declaredInInfoPlist(*identifier)) {
+    return std::nullopt;
+  }
+  return xdgDataHome() + "/zukit/app-groups/" + *identifier + "/";
+}
+
+std::optional<std::string> NSFileManager::containerPathForSecurityApplicationGroupIdentifier(
+    const Value& groupIdentifier) const {
+  const std::optional<std::string> declared = declaredContainerPath(groupIdentifier);
+  if (!declared) return std::nullopt;
+  const std::string container = declared->substr(0, declared->size() - 1);
   const std::string caches = container + "/Library/Caches";
   bool directory = false;
   // Lookups come with every shared-store read: one stat answers the usual case, where the
   // container was made before.
-  if (fileExistsAtPath(caches, &directory) && directory) {
-    return NSURL::fileURLWithPath(container + "/");
-  }
+  if (fileExistsAtPath(caches, &directory) && directory) return container + "/";
   // Library/Caches is made with the container; when it cannot be (a file in its way), the
   // container is still given and writes into it fail on their own.
   createDirectoryAtPath(caches, true);
-  if (!fileExistsAtPath(container, &directory) || !directory) return nullptr;
-  return NSURL::fileURLWithPath(container + "/");
+  if (!fileExistsAtPath(container, &directory) || !directory) return std::nullopt;
+  return container + "/";
 }
 
 }  // namespace zu

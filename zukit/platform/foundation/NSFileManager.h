@@ -68,6 +68,13 @@ class ZU_EXPORT NSFileManager final : public Object {
   // name ("/", ".", ".."), or when the directory cannot be made.
   std::shared_ptr<NSURL> containerURLForSecurityApplicationGroupIdentifier(
       const Value& groupIdentifier) const;
+  // The same container as a directory path ending in "/", without the URL: for callers that
+  // look it up at every read.
+  std::optional<std::string> containerPathForSecurityApplicationGroupIdentifier(
+      const Value& groupIdentifier) const;
+  // Where that container is, for an identifier the program is entitled to, without looking at
+  // the disk or making it; none where the lookup gives none.
+  static std::optional<std::string> declaredContainerPath(const Value& groupIdentifier);
 };
 
 // An error of `errnoValue` for `path`, in the file error domain.

@@ -7,10 +7,15 @@ namespace zu {
 
 namespace {
 
+// ASCII's own lower case, whatever the C locale: field names are ASCII, and this runs for every
+// header line of every response.
+char asciiLower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) ==
-                  std::tolower(static_cast<unsigned char>(y));
+           return asciiLower(x) == asciiLower(y);
          });
 }
 
@@ -62,7 +67,7 @@ bool isValidHeaderFieldValue(std::string_view value) {
 std::string asciiLowercase(std::string_view text) {
   std::string out(text);
   for (char& c : out)
-    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    c = asciiLower(c);
   return out;
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -351,6 +352,14 @@ void URLSessionEngine::run() {
         if (message->msg == CURLMSG_DONE) completed(message->easy_handle, message->data.result);
       }
       expireIdleTransfers();
+    }
+    {
+      // Completions just made are delivered in this same turn, after the blocks that were
+      // already waiting, instead of costing another turn (and another pass over every running
+      // transfer) first.
+      MutexLock lock(_mutex);
+      std::move(_deliveryJobs.begin(), _deliveryJobs.end(), std::back_inserter(jobs));
+      _deliveryJobs.clear();
     }
     // The delegate queue's blocks (completion handlers among them) run here, in order.
     for (auto& job : jobs)

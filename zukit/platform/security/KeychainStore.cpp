@@ -8,13 +8,16 @@
 #include <cstring>
 #include <filesystem>
 #include <span>
+#include <unordered_map>
 
 #include "zukit/platform/foundation/AtomicFile.h"
 #include "zukit/platform/foundation/Environment.h"
 #include "zukit/platform/foundation/Format.h"
+#include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSBundle.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
+#include "zukit/platform/foundation/NoDestructor.h"
 #include "zukit/platform/foundation/StoreFile.h"
 #include "zukit/platform/foundation/Unicode.h"
 
@@ -62,6 +65,57 @@ bool sortEntries(Value file, KeychainGroupContents& contents) {
   return true;
 }
 
+// What this process last read or wrote of each group file, by path, with the file's signature.
+class RememberedGroups {
+ public:
+  static RememberedGroups& shared() {
+    static NoDestructor<RememberedGroups> groups;
+    return *groups;
+  }
+
+  // The contents remembered for `path` when the file there still has `signature`.
+  std::shared_ptr<const KeychainGroupContents> find(const std::string& path,
+                                                    const StoreFile::Signature& signature) {
+    const MutexLock lock(_mutex);
+    const auto found = _groups.find(path);
+    if (found == _groups.end() || found->second.signature != signature) return nullptr;
+    return found->second.contents;
+  }
+
+  void remember(const std::string& path, const StoreFile::Signature& signature,
+                std::shared_ptr<KeychainGroupContents> contents) {
+    const MutexLock lock(_mutex);
+    _groups.insert_or_assign(path, Entry{signature, std::move(contents)});
+  }
+
+  // Takes the contents remembered for `path` when the file there still has `signature`, so that
+  // a change can reuse them: no reader can reach them any more, and once those holding them
+  // let go, they are the caller's alone.
+  std::shared_ptr<KeychainGroupContents> take(const std::string& path,
+                                              const StoreFile::Signature& signature) {
+    const MutexLock lock(_mutex);
+    const auto found = _groups.find(path);
+    if (found == _groups.end() || found->second.signature != signature) return nullptr;
+    std::shared_ptr<KeychainGroupContents> contents = std::move(found->second.contents);
+    _groups.erase(found);
+    return contents;
+  }
+
+  void forget(const std::string& path) {
+    const MutexLock lock(_mutex);
+    _groups.erase(path);
+  }
+
+ private:
+  struct Entry {
+    StoreFile::Signature signature;
+    std::shared_ptr<KeychainGroupContents> contents;
+  };
+
+  Mutex _mutex;
+  std::unordered_map<std::string, Entry> _groups ZU_GUARDED_BY(_mutex);
+};
+
 }  // namespace
 
 KeychainStore KeychainStore::current() {
@@ -96,18 +150,44 @@ std::vector<std::string> KeychainStore::existingGroups() const {
 }
 
 KeychainGroupContents KeychainStore::readGroup(const std::string& group) const {
-  KeychainGroupContents contents;
-  StoreFile file = StoreFile::read(pathForGroup(group));
+  return *sharedGroup(group);
+}
+
+KeychainGroupContents KeychainStore::takeGroup(const std::string& group) const {
+  const std::string path = pathForGroup(group);
+  if (const std::optional<StoreFile::Signature> signature = StoreFile::signatureAt(path)) {
+    const std::shared_ptr<KeychainGroupContents> taken =
+        RememberedGroups::shared().take(path, *signature);
+    // Out of the table, only readers that had it before can still hold it: when none does, the
+    // count cannot rise again, and the contents are moved instead of copied.
+    if (taken && taken.use_count() == 1) return std::move(*taken);
+    if (taken) return *taken;
+  }
+  return *sharedGroup(group);
+}
+
+std::shared_ptr<const KeychainGroupContents> KeychainStore::sharedGroup(
+    const std::string& group) const {
+  const std::string path = pathForGroup(group);
+  if (const std::optional<StoreFile::Signature> signature = StoreFile::signatureAt(path)) {
+    if (auto remembered = RememberedGroups::shared().find(path, *signature)) return remembered;
+  }
+  auto contents = std::make_shared<KeychainGroupContents>();
+  StoreFile file = StoreFile::read(path);
   if (file.state == StoreFile::State::Missing) return contents;
   if (file.state == StoreFile::State::Unreadable) {
-    contents.state = KeychainGroupContents::State::Unreadable;
-    contents.error = file.error;
+    contents->state = KeychainGroupContents::State::Unreadable;
+    contents->error = file.error;
     return contents;
   }
-  contents.state =
-      sortEntries(NSPropertyListSerialization::propertyListWithData(file.bytes, 0), contents)
+  contents->state =
+      sortEntries(NSPropertyListSerialization::propertyListWithData(file.bytes, 0), *contents)
           ? KeychainGroupContents::State::Read
           : KeychainGroupContents::State::Damaged;
+  // Only a store is remembered: a damaged file is reported again at the next write.
+  if (contents->state == KeychainGroupContents::State::Read && file.signature) {
+    RememberedGroups::shared().remember(path, *file.signature, contents);
+  }
   return contents;
 }
 
@@ -121,8 +201,7 @@ FileLock KeychainStore::lockGroup(const std::string& group) const {
   return FileLock(_directory + "/" + group + ".lock");
 }
 
-int KeychainStore::writeGroup(const std::string& group,
-                              const KeychainGroupContents& contents) const {
+int KeychainStore::writeGroup(const std::string& group, KeychainGroupContents contents) const {
   const std::string path = pathForGroup(group);
   if (contents.state == KeychainGroupContents::State::Unreadable) {
     StoreFile::report(format(
@@ -146,19 +225,41 @@ int KeychainStore::writeGroup(const std::string& group,
                "group starts anew",
                path, *aside));
   }
+  // The attributes are moved into the file's value for the writer and back out after it,
+  // instead of being copied.
   Array items;
   items.reserve(contents.items.size() + contents.otherEntries.size());
-  for (const KeychainItem& item : contents.items) {
-    items.emplace_back(
-        Dictionary{{"attributes", Value(item.attributes)}, {"data", Value(item.data)}});
+  for (KeychainItem& item : contents.items) {
+    // Set one by one: an initializer list would copy what it holds.
+    Dictionary entry;
+    entry.setObject(Value(std::move(item.attributes)), "attributes");
+    entry.setObject(Value(item.data), "data");
+    items.emplace_back(std::move(entry));
   }
   items.insert(items.end(), contents.otherEntries.begin(), contents.otherEntries.end());
-  Dictionary file = contents.otherFields;
-  file.setObject(Value(std::move(items)), "items");
-  const std::optional<Data> bytes = NSPropertyListSerialization::dataWithPropertyList(
-      Value(std::move(file)), NSPropertyListBinaryFormat_v1_0, 0);
+  Value file(Dictionary(contents.otherFields));
+  file.asDictionary()->setObject(Value(std::move(items)), "items");
+  const std::optional<Data> bytes =
+      NSPropertyListSerialization::dataWithPropertyList(file, NSPropertyListBinaryFormat_v1_0, 0);
+  Array& written = *file.asDictionary()->find("items")->asArray();
+  for (std::size_t i = 0; i < contents.items.size(); ++i) {
+    Dictionary& entry = *written[i].asDictionary();
+    contents.items[i].attributes = std::move(*entry.find("attributes")->asDictionary());
+  }
   if (!bytes) return EINVAL;
-  return writeFileAtomically(path, std::span(*bytes), kFileMode);
+  const int result = writeFileAtomically(path, std::span(*bytes), kFileMode);
+  // Under the group's lock, the file now at the path is the one just written.
+  const std::optional<StoreFile::Signature> signature =
+      result == 0 ? StoreFile::signatureAt(path) : std::nullopt;
+  if (!signature) {
+    RememberedGroups::shared().forget(path);
+    return result;
+  }
+  contents.state = KeychainGroupContents::State::Read;
+  contents.error = 0;
+  RememberedGroups::shared().remember(path, *signature,
+                                      std::make_shared<KeychainGroupContents>(std::move(contents)));
+  return result;
 }
 
 }  // namespace zu

@@ -2,6 +2,7 @@
 
 // Internal to libzukit (not installed, not exported): the files behind the keychain calls.
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,11 @@ struct KeychainGroupContents {
 // only ever replaced whole; a read-modify-write holds the group's lock throughout. A file that
 // cannot be read is never replaced: a damaged one is kept aside, an unreadable one left alone,
 // and either is reported on the console (StoreFile::report).
+//
+// The process keeps what it last read or wrote of each group file, with the file's signature
+// (device, inode, size, modification time): a read whose file still has that signature is
+// answered from memory without reading and parsing the file again. Every write replaces the
+// file, which gives it a new inode, so a change by another process is read at the next read.
 class KeychainStore {
  public:
   // The store in $XDG_DATA_HOME/zukit/keychain.
@@ -61,6 +67,11 @@ class KeychainStore {
   std::vector<std::string> existingGroups() const;
   // The items of `group`; none when it has no file.
   KeychainGroupContents readGroup(const std::string& group) const;
+  // The same, shared and never changed: no copy of the items.
+  std::shared_ptr<const KeychainGroupContents> sharedGroup(const std::string& group) const;
+  // The same, to change and write back under the group's lock: what this process remembers of
+  // the group is handed over (moved when no reader holds it) instead of copied.
+  KeychainGroupContents takeGroup(const std::string& group) const;
   // Takes the group's exclusive lock, making the directory (mode 0700) if needed; check
   // locked() on the result.
   FileLock lockGroup(const std::string& group) const;
@@ -68,7 +79,7 @@ class KeychainStore {
   // is first kept aside as "<file>.corrupt" (or "<file>.corrupt-2", ... when taken); one found
   // unreadable is left alone and nothing is written. Returns 0 or an errno value. The caller
   // holds the group's lock.
-  int writeGroup(const std::string& group, const KeychainGroupContents& contents) const;
+  int writeGroup(const std::string& group, KeychainGroupContents contents) const;
   // The group's file.
   std::string pathForGroup(const std::string& group) const;
 

@@ -4,8 +4,10 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <memory>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include "zukit/platform/foundation/Unicode.h"
 #include "zukit/platform/security/KeychainStore.h"
@@ -160,15 +162,22 @@ Value nowInWholeSeconds() {
   return {Date::dateWithTimeIntervalSince1970(std::floor(Date::date().timeIntervalSince1970()))};
 }
 
-std::pair<Value, Value> identityOf(const KeychainItem& item) {
-  return {item.attributes.objectForKey(kSecAttrAccount),
-          item.attributes.objectForKey(kSecAttrService)};
+// Whether two items of one group have the same account and service, the keychain's identity of
+// a generic password (an absent attribute equals only an absent one).
+bool sameIdentity(const KeychainItem& one, const KeychainItem& other) {
+  const auto sameAttribute = [&](std::string_view key) {
+    const Value* mine = one.attributes.find(key);
+    const Value* theirs = other.attributes.find(key);
+    if (mine == nullptr || theirs == nullptr) return mine == theirs;
+    return *mine == *theirs;
+  };
+  return sameAttribute(kSecAttrAccount) && sameAttribute(kSecAttrService);
 }
 
 bool holdsDuplicates(const std::vector<KeychainItem>& items) {
   for (std::size_t i = 0; i < items.size(); ++i) {
     for (std::size_t j = i + 1; j < items.size(); ++j) {
-      if (identityOf(items[i]) == identityOf(items[j])) return true;
+      if (sameIdentity(items[i], items[j])) return true;
     }
   }
   return false;
@@ -188,7 +197,8 @@ OSStatus SecItemCopyMatching(const Dictionary& query, Value* result) {
   const KeychainStore store = KeychainStore::current();
   Array found;
   for (const std::string& group : groupsToSearch(store, request)) {
-    for (const KeychainItem& item : store.readGroup(group).items) {
+    const std::shared_ptr<const KeychainGroupContents> contents = store.sharedGroup(group);
+    for (const KeychainItem& item : contents->items) {
       if (found.size() == request.limit) break;
       if (matches(item, request.attributes)) found.push_back(resultFor(item, request));
     }
@@ -236,15 +246,16 @@ OSStatus SecItemAdd(const Dictionary& attributes, Value* result) {
   const KeychainStore store = KeychainStore::current();
   const FileLock lock = store.lockGroup(group);
   if (!lock.locked()) return errSecIO;
-  KeychainGroupContents contents = store.readGroup(group);
-  const auto identity = identityOf(item);
-  if (std::any_of(
-          contents.items.begin(), contents.items.end(),
-          [&identity](const KeychainItem& other) { return identityOf(other) == identity; })) {
-    return errSecDuplicateItem;
+  {
+    const std::shared_ptr<const KeychainGroupContents> current = store.sharedGroup(group);
+    if (std::any_of(current->items.begin(), current->items.end(),
+                    [&item](const KeychainItem& other) { return sameIdentity(other, item); })) {
+      return errSecDuplicateItem;
+    }
   }
+  KeychainGroupContents contents = store.takeGroup(group);
   contents.items.push_back(item);
-  if (store.writeGroup(group, contents) != 0) return errSecIO;
+  if (store.writeGroup(group, std::move(contents)) != 0) return errSecIO;
   if (result != nullptr) *result = resultFor(item, request);
   return errSecSuccess;
 }
@@ -268,7 +279,7 @@ OSStatus SecItemUpdate(const Dictionary& query, const Dictionary& attributesToUp
   for (const std::string& group : groups) {
     locks.push_back(store.lockGroup(group));
     if (!locks.back().locked()) return errSecIO;
-    contents.emplace(group, store.readGroup(group));
+    contents.emplace(group, store.takeGroup(group));
   }
 
   const Value now = nowInWholeSeconds();
@@ -308,7 +319,7 @@ OSStatus SecItemUpdate(const Dictionary& query, const Dictionary& attributesToUp
     if (holdsDuplicates(contents[group].items)) return errSecDuplicateItem;
   }
   for (const std::string& group : changed) {
-    if (store.writeGroup(group, contents[group]) != 0) return errSecIO;
+    if (store.writeGroup(group, std::move(contents[group])) != 0) return errSecIO;
   }
   return errSecSuccess;
 }
@@ -320,16 +331,16 @@ OSStatus SecItemDelete(const Dictionary& query) {
   const KeychainStore store = KeychainStore::current();
   bool deleted = false;
   for (const std::string& group : groupsToSearch(store, request)) {
-    if (store.readGroup(group).items.empty()) continue;
+    if (store.sharedGroup(group)->items.empty()) continue;
     const FileLock lock = store.lockGroup(group);
     if (!lock.locked()) return errSecIO;
-    KeychainGroupContents contents = store.readGroup(group);
+    KeychainGroupContents contents = store.takeGroup(group);
     const auto before = contents.items.size();
     std::erase_if(contents.items, [&request](const KeychainItem& item) {
       return matches(item, request.attributes);
     });
     if (contents.items.size() == before) continue;
-    if (store.writeGroup(group, contents) != 0) return errSecIO;
+    if (store.writeGroup(group, std::move(contents)) != 0) return errSecIO;
     deleted = true;
   }
   return deleted ? errSecSuccess : errSecItemNotFound;
