@@ -44,7 +44,7 @@ class BusError {
   std::string_view text() const { return _error.message != nullptr ? _error.message : ""; }
 
  private:
-  sd_bus_error _error = SD_BUS_ERROR_NULL;
+  sd_bus_error _error{nullptr, nullptr, 0};  // SD_BUS_ERROR_NULL, without its C compound literal
 };
 
 [[noreturn]] void malformed(const std::string& what) {
