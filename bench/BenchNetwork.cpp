@@ -102,9 +102,9 @@ std::shared_ptr<zu::NSURLSession> benchSession() {
   return zu::NSURLSession::sessionWithConfiguration(configuration);
 }
 
-void NSURLSession_1000GETs_OneAtATime(benchmark::State& state) {
-  auto session = benchSession();
-  const auto request = zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString(targetURL()));
+// A thousand GETs of `request` through `session`, each waited for before the next.
+void getOneAtATime(benchmark::State& state, const std::shared_ptr<zu::NSURLSession>& session,
+                   const std::shared_ptr<zu::NSURLRequest>& request) {
   std::size_t bytes = 0;
   while (state.KeepRunning()) {
     for (int i = 0; i < kRequests; ++i) {
@@ -123,6 +123,32 @@ void NSURLSession_1000GETs_OneAtATime(benchmark::State& state) {
   }
   benchmark::DoNotOptimize(bytes);
   state.SetItemsProcessed(state.iterations() * kRequests);
+}
+
+// A thousand GETs of `request` through `session`, sixteen in flight at a time.
+void getSixteenAtATime(benchmark::State& state, const std::shared_ptr<zu::NSURLSession>& session,
+                       const std::shared_ptr<zu::NSURLRequest>& request) {
+  std::atomic<std::size_t> bytes{0};
+  while (state.KeepRunning()) {
+    runKeepingInFlight(kWide, [&](const std::function<void()>& finished) {
+      session
+          ->dataTaskWithRequest(request,
+                                [&bytes, finished](std::optional<zu::Data> data,
+                                                   const std::shared_ptr<zu::NSURLResponse>&,
+                                                   const std::shared_ptr<zu::NSError>&) {
+                                  if (data) bytes += data->size();
+                                  finished();
+                                })
+          ->resume();
+    });
+  }
+  benchmark::DoNotOptimize(bytes.load());
+  state.SetItemsProcessed(state.iterations() * kRequests);
+}
+
+void NSURLSession_1000GETs_OneAtATime(benchmark::State& state) {
+  getOneAtATime(state, benchSession(),
+                zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString(targetURL())));
 }
 
 // An easy handle that GETs `url` and adds the body's length to `*bytes`.
@@ -149,24 +175,8 @@ void RawCurl_1000GETs_OneAtATime(benchmark::State& state) {
 }
 
 void NSURLSession_1000GETs_SixteenAtATime(benchmark::State& state) {
-  auto session = benchSession();
-  const auto request = zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString(targetURL()));
-  std::atomic<std::size_t> bytes{0};
-  while (state.KeepRunning()) {
-    runKeepingInFlight(kWide, [&](const std::function<void()>& finished) {
-      session
-          ->dataTaskWithRequest(request,
-                                [&bytes, finished](std::optional<zu::Data> data,
-                                                   const std::shared_ptr<zu::NSURLResponse>&,
-                                                   const std::shared_ptr<zu::NSError>&) {
-                                  if (data) bytes += data->size();
-                                  finished();
-                                })
-          ->resume();
-    });
-  }
-  benchmark::DoNotOptimize(bytes.load());
-  state.SetItemsProcessed(state.iterations() * kRequests);
+  getSixteenAtATime(state, benchSession(),
+                    zu::NSURLRequest::requestWithURL(zu::NSURL::URLWithString(targetURL())));
 }
 
 void RawCurl_1000GETs_SixteenAtATime(benchmark::State& state) {
@@ -296,47 +306,11 @@ std::shared_ptr<zu::NSURLRequest> zuNetworkRequest() {
 }
 
 void ZuNetworkSession_1000GETs_OneAtATime(benchmark::State& state) {
-  const auto session = benchNetwork()->session();
-  const auto request = zuNetworkRequest();
-  std::size_t bytes = 0;
-  while (state.KeepRunning()) {
-    for (int i = 0; i < kRequests; ++i) {
-      Countdown done(1);
-      session
-          ->dataTaskWithRequest(
-              request,
-              [&](std::optional<zu::Data> data, const std::shared_ptr<zu::NSURLResponse>&,
-                  const std::shared_ptr<zu::NSError>&) {
-                if (data) bytes += data->size();
-                done.arrive();
-              })
-          ->resume();
-      done.wait();
-    }
-  }
-  benchmark::DoNotOptimize(bytes);
-  state.SetItemsProcessed(state.iterations() * kRequests);
+  getOneAtATime(state, benchNetwork()->session(), zuNetworkRequest());
 }
 
 void ZuNetworkSession_1000GETs_SixteenAtATime(benchmark::State& state) {
-  const auto session = benchNetwork()->session();
-  const auto request = zuNetworkRequest();
-  std::atomic<std::size_t> bytes{0};
-  while (state.KeepRunning()) {
-    runKeepingInFlight(kWide, [&](const std::function<void()>& finished) {
-      session
-          ->dataTaskWithRequest(request,
-                                [&bytes, finished](std::optional<zu::Data> data,
-                                                   const std::shared_ptr<zu::NSURLResponse>&,
-                                                   const std::shared_ptr<zu::NSError>&) {
-                                  if (data) bytes += data->size();
-                                  finished();
-                                })
-          ->resume();
-    });
-  }
-  benchmark::DoNotOptimize(bytes.load());
-  state.SetItemsProcessed(state.iterations() * kRequests);
+  getSixteenAtATime(state, benchNetwork()->session(), zuNetworkRequest());
 }
 
 // --- Raw libcurl on a worker thread, each completion handed back through a condition variable ---
