@@ -87,11 +87,12 @@ int main(int argc, char** argv) {
     if (argument == "--malformed") {
       malformed = true;
     } else if (argument == "--modem" && i + 1 < argc) {
-      const std::string spec = argv[++i];
-      const std::size_t colon = spec.find(':');
+      const std::string modemText = argv[++i];
+      const std::size_t colon = modemText.find(':');
       if (colon == std::string::npos) return 2;
-      modems.push_back(Modem{spec.substr(0, colon), static_cast<std::uint32_t>(std::strtoul(
-                                                        spec.c_str() + colon + 1, nullptr, 10))});
+      modems.push_back(Modem{
+          modemText.substr(0, colon),
+          static_cast<std::uint32_t>(std::strtoul(modemText.c_str() + colon + 1, nullptr, 10))});
     } else {
       std::fputs("usage: zukit-modem-manager-standin [--malformed] --modem PORT:BITS ...\n",
                  stderr);
