@@ -45,9 +45,8 @@ void fillGroup(const std::string& group) {
   }
 }
 
-void BM_SecItemAdd(benchmark::State& state) {
-  const std::string group = "bench.add";
-  fillGroup(group);
+// Adds a new item to `group` per iteration, and removes it again untimed.
+void measureAdds(benchmark::State& state, const std::string& group) {
   long counter = 0;
   for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
     const std::string account = "added-" + std::to_string(counter++);
@@ -61,6 +60,12 @@ void BM_SecItemAdd(benchmark::State& state) {
                                      {zu::kSecAttrAccount, zu::Value(account)}});
     state.ResumeTiming();
   }
+}
+
+void BM_SecItemAdd(benchmark::State& state) {
+  const std::string group = "bench.add";
+  fillGroup(group);
+  measureAdds(state, group);
 }
 BENCHMARK(BM_SecItemAdd);
 
@@ -174,19 +179,7 @@ void fillGroupDirectly(const std::string& group, std::int64_t count) {
 void BM_SecItemAddToGroupOf(benchmark::State& state) {
   const std::string group = "bench.grow." + std::to_string(state.range(0));
   fillGroupDirectly(group, state.range(0));
-  long counter = 0;
-  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): benchmark idiom
-    const std::string account = "added-" + std::to_string(counter++);
-    if (zu::SecItemAdd(item(group, account), nullptr) != zu::errSecSuccess) {
-      state.SkipWithError("SecItemAdd failed");
-      break;
-    }
-    state.PauseTiming();
-    zu::SecItemDelete(zu::Dictionary{{zu::kSecClass, zu::Value(zu::kSecClassGenericPassword)},
-                                     {zu::kSecAttrAccessGroup, zu::Value(group)},
-                                     {zu::kSecAttrAccount, zu::Value(account)}});
-    state.ResumeTiming();
-  }
+  measureAdds(state, group);
 }
 BENCHMARK(BM_SecItemAddToGroupOf)
     ->Arg(10)
