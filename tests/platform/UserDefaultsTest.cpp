@@ -204,6 +204,33 @@ TEST(NSUserDefaults, AReadSeesWhatAnotherProcessSynchronisedWithoutSynchronizing
   }
 }
 
+// Reads skip the file while file events report nothing; these are the changes that give no
+// event on the file itself.
+TEST(NSUserDefaults, AReadSeesAFilePutInPlaceByMovingDirectories) {
+  const auto defaults = NSUserDefaults::initWithSuiteName(Value("moved.suite"));
+  defaults->setObject(Value("first"), "greeting");
+  ASSERT_TRUE(defaults->synchronize());
+  EXPECT_EQ(defaults->stringForKey("greeting"), "first");
+
+  // Another copy of the directory above the preferences, made aside and then moved where the
+  // first was.
+  const std::filesystem::path preferences = std::filesystem::path(defaults->path()).parent_path();
+  const std::filesystem::path above = preferences.parent_path();
+  const std::filesystem::path aside = above.string() + ".new";
+  std::filesystem::create_directories(aside / preferences.filename());
+  const auto plist = zu::NSPropertyListSerialization::dataWithPropertyList(
+      Value(zu::Dictionary{{"greeting", Value("second")}}), zu::NSPropertyListBinaryFormat_v1_0, 0);
+  ASSERT_TRUE(plist);
+  writeFile((aside / preferences.filename() / "moved.suite.plist").string(),
+            std::string(plist->begin(), plist->end()));
+  std::filesystem::rename(above, above.string() + ".old");
+  std::filesystem::rename(aside, above);
+  EXPECT_EQ(defaults->stringForKey("greeting"), "second");
+
+  std::filesystem::remove_all(preferences);
+  EXPECT_TRUE(defaults->objectForKey("greeting").isAbsent());
+}
+
 TEST(NSUserDefaults, TwoProcessesWritingAtOnceLoseNothing) {
   std::vector<std::thread> runs;
   runs.reserve(2);

@@ -1,9 +1,11 @@
 #include "zukit/platform/foundation/NSUserDefaults.h"
 
 #include "zukit/platform/foundation/Environment.h"
+#include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSBundle.h"
 #include "zukit/platform/foundation/NSLog.h"
 #include "zukit/platform/foundation/NSPropertyListSerialization.h"
+#include "zukit/platform/foundation/NoDestructor.h"
 #include "zukit/platform/foundation/PreferenceDomain.h"
 
 namespace zu {
@@ -12,9 +14,19 @@ namespace {
 
 constexpr std::size_t kMaximumDomainLength = 200;
 
-std::string standardDomain() {
-  return NSBundle::mainBundle()->bundleIdentifier().value_or("org.zukit.app");
+// The main bundle never changes, and so neither does the app's own domain.
+const std::string& standardDomain() {
+  static NoDestructor<std::string> domain(
+      NSBundle::mainBundle()->bundleIdentifier().value_or("org.zukit.app"));
+  return *domain;
 }
+
+// The standard store last handed out, and the configuration directory whose file it reads.
+struct StandardStore {
+  Mutex mutex;
+  std::string configHome ZU_GUARDED_BY(mutex);
+  std::shared_ptr<NSUserDefaults> defaults ZU_GUARDED_BY(mutex);
+};
 
 }  // namespace
 
@@ -23,8 +35,16 @@ std::string NSUserDefaults::pathForDomain(const std::string& domain) {
 }
 
 std::shared_ptr<NSUserDefaults> NSUserDefaults::standardUserDefaults() {
-  return std::make_shared<NSUserDefaults>(
-      PreferenceDomain::domainAtPath(pathForDomain(standardDomain())));
+  static NoDestructor<StandardStore> standard;
+  // The directory is looked up on every call, so a changed environment gives the new file.
+  std::string configHome = xdgConfigHome();
+  MutexLock lock(standard->mutex);
+  if (!standard->defaults || standard->configHome != configHome) {
+    standard->defaults = std::make_shared<NSUserDefaults>(
+        PreferenceDomain::domainAtPath(pathForDomain(standardDomain())));
+    standard->configHome = std::move(configHome);
+  }
+  return standard->defaults;
 }
 
 std::shared_ptr<NSUserDefaults> NSUserDefaults::initWithSuiteName(const Value& suiteName) {

@@ -43,7 +43,7 @@ std::shared_ptr<PreferenceDomain> PreferenceDomain::domainAtPath(const std::stri
   return domain;
 }
 
-PreferenceDomain::PreferenceDomain(std::string path) : _path(std::move(path)) {}
+PreferenceDomain::PreferenceDomain(std::string path) : _path(std::move(path)), _watch(_path) {}
 
 void PreferenceDomain::takeLocked(const StoreFile& file) {
   std::optional<Dictionary> values = dictionaryOf(file);
@@ -70,6 +70,7 @@ void PreferenceDomain::takeLocked(const StoreFile& file) {
 }
 
 void PreferenceDomain::refreshLocked() {
+  if (_loaded && !_watch.mayHaveChanged()) return;
   if (_loaded && StoreFile::signatureAt(_path) == _signature) return;
   takeLocked(StoreFile::read(_path));
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "zukit/platform/foundation/FileChangeWatch.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/StoreFile.h"
 #include "zukit/platform/foundation/Value.h"
@@ -18,10 +19,11 @@ namespace zu {
 //
 // A read sees the file as it stands: when the file's identity or time stamp differs from the
 // one last read (another process synchronised), it is read again, with this process's changes
-// that are not yet synchronised kept on top. Changes reach the file on synchronize(), which
-// merges them into the file's current values under an exclusive lock and replaces it
-// atomically. A file that is not a dictionary property list reads as empty and is kept aside
-// at the next write; one that cannot be read (permissions) is left alone and never written.
+// that are not yet synchronised kept on top. The file is looked at only when file events say
+// it may have changed, so an unchanged file costs a read no stat. Changes reach the file on
+// synchronize(), which merges them into the file's current values under an exclusive lock and
+// replaces it atomically. A file that is not a dictionary property list reads as empty and is kept
+// aside at the next write; one that cannot be read (permissions) is left alone and never written.
 // Both are reported through StoreFile::report. Safe from any thread.
 class PreferenceDomain {
  public:
@@ -60,6 +62,7 @@ class PreferenceDomain {
 
   const std::string _path;
   Mutex _mutex;
+  FileChangeWatch _watch;
   bool _loaded ZU_GUARDED_BY(_mutex) = false;
   FileState _fileState ZU_GUARDED_BY(_mutex) = FileState::Missing;
   int _fileError ZU_GUARDED_BY(_mutex) = 0;
