@@ -34,6 +34,13 @@ void ZuBlockMap::entriesChanged() {
   _calls.reserve(_entries.size());
   for (const auto& [name, block] : _entries)
     _calls.push_back(Call{block.get(), &block->signature(), block->entry()});
+  _commonSignature = _calls.empty() ? nullptr : _calls.front().signature;
+  for (const Call& call : _calls) {
+    if (*call.signature != *_commonSignature) {
+      _commonSignature = nullptr;
+      break;
+    }
+  }
 }
 
 bool ZuBlockMap::operator==(const ZuBlockMap& other) const {

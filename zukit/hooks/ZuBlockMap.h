@@ -46,6 +46,13 @@ class ZU_EXPORT ZuBlockMap {
   // The callbacks as hooked calls run them, in the entries' order (calls()[i] is entry i).
   const Calls& calls() const { return _calls; }
 
+  // True when every callback takes `Signature` (and there is at least one), so that a hooked
+  // call can run them all without looking at each one's signature.
+  template <class Signature>
+  bool allTake() const {
+    return _commonSignature != nullptr &&
+           (_commonSignature == &typeid(Signature) || *_commonSignature == typeid(Signature));
+  }
   // Same names with the identical callbacks, in any order.
   bool operator==(const ZuBlockMap& other) const;
 
@@ -55,4 +62,6 @@ class ZU_EXPORT ZuBlockMap {
 
   alignas(zu::kCacheLineSize) Entries _entries;
   Calls _calls;
+  // The signature every callback takes; nullptr when they differ or there are none.
+  const std::type_info* _commonSignature = nullptr;
 };

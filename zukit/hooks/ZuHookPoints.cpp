@@ -111,6 +111,11 @@ const zu::Value& boxedFlag(bool animated) {
   const ZuBlockMap& blocks = slot.get()->blocksSnapshot();
   if (blocks.calls().empty()) return;
   const zu::Value& boxed = boxedFlag(animated);
+  if (blocks.allTake<ZuViewAppearanceBlock>()) [[likely]] {
+    for (const ZuBlockMap::Call& call : blocks.calls())
+      ZuTypedBlock<ZuViewAppearanceBlock>::call(call.entry, *call.block, self, selector, boxed);
+    return;
+  }
   for (const ZuBlockMap::Call& call : blocks.calls()) {
     if (takes<ZuViewAppearanceBlock>(blocks, call, selector))
       ZuTypedBlock<ZuViewAppearanceBlock>::call(call.entry, *call.block, self, selector, boxed);
