@@ -166,7 +166,8 @@ std::optional<Data> NSPropertyListSerialization::dataWithPropertyList(const Valu
              "Property list format " + std::to_string(format) + " cannot be written");
     return std::nullopt;
   }
-  if (!propertyListIsValid(plist)) {
+  // The binary writer refuses what is not a property list as it goes, without a walk of its own.
+  if (format == NSPropertyListXMLFormat_v1_0 && !propertyListIsValid(plist)) {
     setError(error, NSPropertyListWriteInvalidError,
              "Property list invalid for format: " + std::to_string(format) +
                  " (property lists cannot contain objects of this type)");
@@ -177,7 +178,9 @@ std::optional<Data> NSPropertyListSerialization::dataWithPropertyList(const Valu
   if (!data) {
     setError(error, NSPropertyListWriteInvalidError,
              "Property list invalid for format: " + std::to_string(format) +
-                 " (XML cannot hold text with NUL or dates beyond 1933 to 2069)");
+                 (format == NSPropertyListXMLFormat_v1_0
+                      ? " (XML cannot hold text with NUL or dates beyond 1933 to 2069)"
+                      : " (property lists cannot contain objects of this type)"));
   }
   return data;
 }

@@ -3,14 +3,18 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <span>
+#include <string_view>
 #include <unordered_map>
 
 #include "zukit/platform/foundation/AtomicFile.h"
+#include "zukit/platform/foundation/BinaryPropertyList.h"
+#include "zukit/platform/foundation/BinaryPropertyListBuilder.h"
 #include "zukit/platform/foundation/Environment.h"
 #include "zukit/platform/foundation/Format.h"
 #include "zukit/platform/foundation/Mutex.h"
@@ -20,6 +24,7 @@
 #include "zukit/platform/foundation/NoDestructor.h"
 #include "zukit/platform/foundation/StoreFile.h"
 #include "zukit/platform/foundation/Unicode.h"
+#include "zukit/platform/security/SecItem.h"
 
 namespace zu {
 
@@ -63,6 +68,60 @@ bool sortEntries(Value file, KeychainGroupContents& contents) {
   top->removeObjectForKey("items");
   contents.otherFields = std::move(*top);
   return true;
+}
+
+// The bytes of a group file: {"items": [{"attributes": {...}, "data": <bytes>}, ...]} with the
+// other entries and fields read from it. Written object by object from the items, sharing only
+// dictionary keys: a general writer's search for equal objects would cost an add to a full
+// group more than writing the file does. None when an item holds what a property
+// list cannot.
+std::optional<Data> encodeGroup(const std::string& group, const KeychainGroupContents& contents) {
+  using Builder = BinaryPropertyListBuilder;
+  // The top dictionary, its "items" key and list, the two keys every item shares and the three
+  // shared texts; shared keys and texts make fewer.
+  std::uint64_t count = 8;
+  for (const KeychainItem& item : contents.items)
+    count += 2 + Builder::objectCount(item.attributes);  // with its entry and its data
+  for (const Value& entry : contents.otherEntries)
+    count += Builder::objectCount(entry);
+  count += Builder::objectCount(contents.otherFields) - 1;
+  Builder builder(count);
+  builder.shareDictionaryKeys();
+  // What every item of a group holds alike: its class, its group and (often) an empty text.
+  for (const std::string_view text :
+       {std::string_view(kSecClassGenericPassword), std::string_view(group), std::string_view()})
+    builder.shareText(text);
+  // Levels below the top: the list, an entry, its attributes.
+  constexpr int kAttributesDepth = BinaryPropertyList::kMaximumDepth - 3;
+  const std::array<std::uint64_t, 2> entryKeys{*builder.addText("attributes"),
+                                               *builder.addText("data")};
+  std::vector<std::uint64_t> elements;
+  elements.reserve(contents.items.size() + contents.otherEntries.size());
+  for (const KeychainItem& item : contents.items) {
+    const std::optional<std::uint64_t> attributes = builder.add(item.attributes, kAttributesDepth);
+    if (!attributes) return std::nullopt;
+    const std::array<std::uint64_t, 2> values{*attributes, builder.addData(item.data)};
+    elements.push_back(builder.addDictionary(entryKeys, values));
+  }
+  for (const Value& entry : contents.otherEntries) {
+    const std::optional<std::uint64_t> element = builder.add(entry, kAttributesDepth + 1);
+    if (!element) return std::nullopt;
+    elements.push_back(*element);
+  }
+  const std::uint64_t list = builder.addArray(elements);
+  std::vector<std::uint64_t> keys;
+  std::vector<std::uint64_t> values;
+  for (const auto& [key, value] : contents.otherFields) {
+    const std::optional<std::uint64_t> keyNumber = builder.addText(key);
+    const std::optional<std::uint64_t> valueNumber =
+        builder.add(value, BinaryPropertyList::kMaximumDepth - 1);
+    if (!keyNumber || !valueNumber) return std::nullopt;
+    keys.push_back(*keyNumber);
+    values.push_back(*valueNumber);
+  }
+  keys.push_back(*builder.addText("items"));
+  values.push_back(list);
+  return builder.finish(builder.addDictionary(keys, values));
 }
 
 // What this process last read or wrote of each group file, by path, with the file's signature.
@@ -225,27 +284,7 @@ int KeychainStore::writeGroup(const std::string& group, KeychainGroupContents co
                "group starts anew",
                path, *aside));
   }
-  // The attributes are moved into the file's value for the writer and back out after it,
-  // instead of being copied.
-  Array items;
-  items.reserve(contents.items.size() + contents.otherEntries.size());
-  for (KeychainItem& item : contents.items) {
-    // Set one by one: an initializer list would copy what it holds.
-    Dictionary entry;
-    entry.setObject(Value(std::move(item.attributes)), "attributes");
-    entry.setObject(Value(item.data), "data");
-    items.emplace_back(std::move(entry));
-  }
-  items.insert(items.end(), contents.otherEntries.begin(), contents.otherEntries.end());
-  Value file(Dictionary(contents.otherFields));
-  file.asDictionary()->setObject(Value(std::move(items)), "items");
-  const std::optional<Data> bytes =
-      NSPropertyListSerialization::dataWithPropertyList(file, NSPropertyListBinaryFormat_v1_0, 0);
-  Array& written = *file.asDictionary()->find("items")->asArray();
-  for (std::size_t i = 0; i < contents.items.size(); ++i) {
-    Dictionary& entry = *written[i].asDictionary();
-    contents.items[i].attributes = std::move(*entry.find("attributes")->asDictionary());
-  }
+  const std::optional<Data> bytes = encodeGroup(group, contents);
   if (!bytes) return EINVAL;
   const int result = writeFileAtomically(path, std::span(*bytes), kFileMode);
   // Under the group's lock, the file now at the path is the one just written.

@@ -6,8 +6,11 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "zukit/platform/foundation/Unicode.h"
 #include "zukit/platform/security/KeychainStore.h"
@@ -162,23 +165,52 @@ Value nowInWholeSeconds() {
   return {Date::dateWithTimeIntervalSince1970(std::floor(Date::date().timeIntervalSince1970()))};
 }
 
-// Whether two items of one group have the same account and service, the keychain's identity of
-// a generic password (an absent attribute equals only an absent one).
-bool sameIdentity(const KeychainItem& one, const KeychainItem& other) {
-  const auto sameAttribute = [&](std::string_view key) {
-    const Value* mine = one.attributes.find(key);
-    const Value* theirs = other.attributes.find(key);
+// The attributes that identify a generic password within its group, its account and service,
+// looked up once for comparisons with many others (an absent attribute equals only an absent
+// one).
+struct Identity {
+  explicit Identity(const KeychainItem& item)
+      : account(item.attributes.find(kSecAttrAccount)),
+        service(item.attributes.find(kSecAttrService)) {}
+
+  // Whether `other` has the same account and service.
+  bool matches(const KeychainItem& other) const {
+    return same(account, other.attributes.find(kSecAttrAccount)) &&
+           same(service, other.attributes.find(kSecAttrService));
+  }
+
+  static bool same(const Value* mine, const Value* theirs) {
     if (mine == nullptr || theirs == nullptr) return mine == theirs;
     return *mine == *theirs;
-  };
-  return sameAttribute(kSecAttrAccount) && sameAttribute(kSecAttrService);
+  }
+
+  const Value* account;
+  const Value* service;
+};
+
+// The text of an identifying attribute, to sort items into buckets of possible equals; every
+// value that is not text goes into the bucket of the empty text, where items are compared in
+// full.
+std::string_view bucketText(const Value* value) {
+  const std::string* text = value != nullptr ? value->asString() : nullptr;
+  return text != nullptr ? std::string_view(*text) : std::string_view();
 }
 
+// Whether two items have the same identity: each is compared only with the items of equal
+// account and service texts, so that a large group costs one pass.
 bool holdsDuplicates(const std::vector<KeychainItem>& items) {
+  std::unordered_map<std::string, std::vector<std::size_t>> buckets;
+  buckets.reserve(items.size());
   for (std::size_t i = 0; i < items.size(); ++i) {
-    for (std::size_t j = i + 1; j < items.size(); ++j) {
-      if (sameIdentity(items[i], items[j])) return true;
+    const Identity identity(items[i]);
+    std::string key(bucketText(identity.account));
+    key.push_back('\0');
+    key.append(bucketText(identity.service));
+    std::vector<std::size_t>& bucket = buckets[std::move(key)];
+    for (const std::size_t j : bucket) {
+      if (identity.matches(items[j])) return true;
     }
+    bucket.push_back(i);
   }
   return false;
 }
@@ -248,8 +280,9 @@ OSStatus SecItemAdd(const Dictionary& attributes, Value* result) {
   if (!lock.locked()) return errSecIO;
   {
     const std::shared_ptr<const KeychainGroupContents> current = store.sharedGroup(group);
+    const Identity identity(item);
     if (std::any_of(current->items.begin(), current->items.end(),
-                    [&item](const KeychainItem& other) { return sameIdentity(other, item); })) {
+                    [&identity](const KeychainItem& other) { return identity.matches(other); })) {
       return errSecDuplicateItem;
     }
   }
