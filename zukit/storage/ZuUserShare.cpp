@@ -1,10 +1,12 @@
 #include "zukit/storage/ZuUserShare.h"
 
+#include <memory>
 #include <unordered_map>
 #include <utility>
 
 #include "zukit/core/ZuLogger.h"
 #include "zukit/platform/dispatch/Dispatch.h"
+#include "zukit/platform/foundation/FileChangeWatch.h"
 #include "zukit/platform/foundation/Mutex.h"
 #include "zukit/platform/foundation/NSFileManager.h"
 #include "zukit/platform/foundation/NSString.h"
@@ -38,7 +40,8 @@ constexpr std::size_t kMostRememberedFiles = 256;
 // The texts of the shared files as last read, each with the signature (device, inode, size and
 // modification time) of the file it came from. Writers replace a file atomically, which gives it
 // a new inode, so a read whose file still has the remembered signature costs one stat instead
-// of an open, a read and a close: "envType" is read at every request of the HTTP client.
+// of an open, a read and a close, and no stat while file events report no change at the path:
+// "envType" is read at every request of the HTTP client.
 class SharedFileTexts {
  public:
   static SharedFileTexts& shared() {
@@ -68,6 +71,13 @@ class SharedFileTexts {
   // The text read from `path` before, when the file there still has the signature it had then
   // and was text; none otherwise.
   std::optional<std::string> rememberedTextAt(const std::string& path) {
+    {
+      // While file events report nothing at the path, the file is the one read.
+      const zu::MutexLock lock(_mutex);
+      const auto found = _texts.find(path);
+      if (found == _texts.end()) return std::nullopt;
+      if (!found->second.watch->mayHaveChanged()) return found->second.text;
+    }
     const std::optional<zu::StoreFile::Signature> current = zu::StoreFile::signatureAt(path);
     if (!current) return std::nullopt;
     const zu::MutexLock lock(_mutex);
@@ -86,8 +96,12 @@ class SharedFileTexts {
     const zu::MutexLock lock(_mutex);
     if (_texts.size() >= kMostRememberedFiles) _texts.clear();
     // The signature is the one of the descriptor read, so a replacement racing the read is
-    // seen as a change at the next read.
-    _texts.insert_or_assign(path, Remembered{*file.signature, text});
+    // seen as a change at the next read; so is one before a new watch, whose first answer is
+    // always "changed".
+    const auto found = _texts.find(path);
+    std::shared_ptr<zu::FileChangeWatch> watch =
+        found != _texts.end() ? found->second.watch : std::make_shared<zu::FileChangeWatch>(path);
+    _texts.insert_or_assign(path, Remembered{*file.signature, text, std::move(watch)});
     return text;
   }
 
@@ -95,6 +109,8 @@ class SharedFileTexts {
   struct Remembered {
     zu::StoreFile::Signature signature;
     std::optional<std::string> text;
+    // Tells whether the file may have changed since it was read.
+    std::shared_ptr<zu::FileChangeWatch> watch;
   };
 
   zu::Mutex _mutex;
