@@ -157,7 +157,7 @@ class Writer {
     std::string key(_scalarBytes.begin(), _scalarBytes.end());
     const auto known = _scalars.find(key);
     if (known != _scalars.end()) return known->second;
-    _table.push_back(std::move(entry));
+    _table.push_back(entry);
     _scalars.emplace(std::move(key), _table.size() - 1);
     return _table.size() - 1;
   }
